@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace Erv {
+
+// The name by which messages refer to a source file: the path as compiled, without extension
+// ("Include/Erv/Unreachable.h" -> "Include/Erv/Unreachable").
+std::string SourceName(const char* file);
+
+} // namespace Erv

@@ -1,0 +1,35 @@
+# Compile settings every target of this project shares.
+function(erv_target_defaults target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra
+    # The ABI note about parameter passing changes in GCC 7.1 is harmless for us.
+    $<$<BOOL:${ERV_ARMHF}>:-Wno-psabi>
+    $<$<BOOL:${ERV_WERROR}>:-Werror>)
+  # Assertion records name their source relative to the project, not the build machine.
+  target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  if(ERV_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${ERV_SANITIZE} -fno-omit-frame-pointer
+      -fno-sanitize-recover=all)
+    target_link_options(${target} PRIVATE -fsanitize=${ERV_SANITIZE})
+  endif()
+endfunction()
+
+# erv_add_library(<name> ALIAS <ns::name> OUTPUT <file stem> SOURCES ...)
+function(erv_add_library name)
+  cmake_parse_arguments(ARG "" "ALIAS;OUTPUT" "SOURCES" ${ARGN})
+  add_library(${name} SHARED ${ARG_SOURCES})
+  add_library(${ARG_ALIAS} ALIAS ${name})
+  set_target_properties(${name} PROPERTIES
+    OUTPUT_NAME ${ARG_OUTPUT}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR})
+  erv_target_defaults(${name})
+endfunction()
+
+# erv_add_test(<name> SOURCES ... LIBS ...): one GoogleTest binary, registered test by test.
+function(erv_add_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE erv_test_support ${ARG_LIBS})
+  erv_target_defaults(${name})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 DISCOVERY_MODE PRE_TEST)
+endfunction()

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the build needs, quietly, and only when something is missing.
+#   install-deps.sh host    build and test on this machine
+#   install-deps.sh armhf   cross build for the 32-bit ARM controller, run under qemu-arm
+# Exit codes: 0 ready, 3 the armhf packages could not be installed (archive unreachable).
+set -euo pipefail
+mode=${1:-host}
+
+host_pkgs=(cmake make g++ pkg-config
+  libboost-dev libboost-thread-dev libboost-date-time-dev libboost-chrono-dev
+  libboost-timer-dev libboost-filesystem-dev
+  liblog4cplus-dev librapidxml-dev libutfcpp-dev
+  libgtest-dev libgmock-dev libbenchmark-dev)
+armhf_pkgs=(g++-arm-linux-gnueabihf qemu-user libc6:armhf
+  libboost-dev:armhf libboost-thread-dev:armhf libboost-date-time-dev:armhf
+  libboost-chrono-dev:armhf libboost-timer-dev:armhf libboost-filesystem-dev:armhf
+  liblog4cplus-dev:armhf libutfcpp-dev:armhf libgtest-dev:armhf libgmock-dev:armhf)
+
+missing() {
+  local p out=()
+  for p in "$@"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || out+=("$p")
+  done
+  echo "${out[@]:-}"
+}
+
+sudo_() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
+export DEBIAN_FRONTEND=noninteractive
+
+case "$mode" in
+host)
+  need=$(missing "${host_pkgs[@]}")
+  [ -z "$need" ] && exit 0
+  echo "installing: $need"
+  sudo_ apt-get update -qq >/dev/null 2>&1 || true
+  # shellcheck disable=SC2086
+  sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
+  ;;
+armhf)
+  "$0" host
+  dpkg --print-foreign-architectures | grep -qx armhf || sudo_ dpkg --add-architecture armhf
+  need=$(missing "${armhf_pkgs[@]}")
+  [ -z "$need" ] && exit 0
+  echo "installing: $need"
+  # The foreign security index sometimes fails to download; the main archive is what matters.
+  # Pinning bookworm main above the preinstalled amd64 versions lets apt downgrade the few
+  # packages (linux-libc-dev, libssl3, krb5) whose versions would otherwise skew with :armhf.
+  prefs=$(mktemp)
+  trap 'rm -f "$prefs"' EXIT
+  printf 'Package: *\nPin: release n=bookworm\nPin-Priority: 1001\n' >"$prefs"
+  for attempt in 1 2 3; do
+    sudo_ apt-get update -qq >/dev/null 2>&1 || true
+    # shellcheck disable=SC2086
+    if sudo_ apt-get install -y -qq --no-install-recommends --allow-downgrades \
+         -o Dir::Etc::Preferences="$prefs" $need >/tmp/ervom-armhf-apt.log 2>&1; then
+      exit 0
+    fi
+    echo "armhf install attempt $attempt failed: $(tail -n 1 /tmp/ervom-armhf-apt.log)" >&2
+    sleep $((attempt * 10))
+  done
+  exit 3
+  ;;
+*) echo "usage: $0 host|armhf" >&2; exit 2 ;;
+esac
