@@ -1,18 +1,95 @@
-// Converters between an application value and a KNX group value, one class per KNX value format.
-// The DPT value map owns one converter per DPT entry, made with Clone(); converters are
-// stateless apart from their range and are used read-only, from any thread.
+// Converters between an application value and a KNX group value, one class per KNX value format,
+// and the range objects that bound and scale their values.
 //
-// Every operation returns false after one log line when it refuses a value; the group value's
-// accessors may throw KnxStack::GroupValueException, which the caller (the value map) catches.
+// The DPT value map owns one converter per DPT entry, made with Clone(); a converter holds its
+// range by value and is used read-only afterwards, from any thread.
+//
+// Every operation returns false after one log line when it refuses a value; a group value that
+// does not fit an accessor (KnxStack::GroupValueException) is refused the same way.
 #pragma once
 
 #include "AvoValue/AvoValue.h"
 #include "KnxStack/GroupValue.h"
 #include "KnxStack/KnxDpt.h"
 
+#include <cstdint>
 #include <memory>
+#include <string>
 
 namespace Erv {
+
+namespace detail {
+// The bounds shared by the four range classes: an internal interval (application side), an
+// external interval (bus side) and the factor between their widths (external per internal unit).
+// Never 0.0: 1.0 unless a valid factor was computed.
+template <class Internal, class External>
+class RangeBounds {
+public:
+    Internal GetInternalMin() const { return m_internalMin; }
+    Internal GetInternalMax() const { return m_internalMax; }
+    External GetExternalMin() const { return m_externalMin; }
+    External GetExternalMax() const { return m_externalMax; }
+    double GetScaleFactor() const { return m_scaleFactor; }
+
+    // internalMin <= value <= internalMax, both inclusive.
+    template <class T>
+    bool Contains(T value) const
+    {
+        return !(value < m_internalMin) && !(m_internalMax < value);
+    }
+
+protected:
+    RangeBounds(Internal internalMin, Internal internalMax, External externalMin, External externalMax)
+        : m_internalMin(internalMin), m_internalMax(internalMax), m_externalMin(externalMin),
+          m_externalMax(externalMax)
+    {
+    }
+
+    Internal m_internalMin;
+    Internal m_internalMax;
+    External m_externalMin;
+    External m_externalMax;
+    double m_scaleFactor = 1.0;
+};
+} // namespace detail
+
+// Each constructor stores the bounds (internalMin, internalMax, externalMin, externalMax) and
+// computes the scale factor; an empty interval is logged and leaves the factor at 1.0.
+class IntegerRange : public detail::RangeBounds<std::int32_t, std::int32_t> {
+public:
+    IntegerRange(std::int32_t internalMin, std::int32_t internalMax, std::int32_t externalMin,
+                 std::int32_t externalMax);
+    void CalculateScaleFactor();
+};
+
+class LongIntegerRange : public detail::RangeBounds<std::int64_t, std::int64_t> {
+public:
+    LongIntegerRange(std::int64_t internalMin, std::int64_t internalMax, std::int64_t externalMin,
+                     std::int64_t externalMax);
+    void CalculateScaleFactor();
+};
+
+class FloatIntegerRange : public detail::RangeBounds<double, std::int32_t> {
+public:
+    // The 2-octet float's values [-671088.64, 670760.96] onto the whole signed 32-bit range.
+    FloatIntegerRange();
+    FloatIntegerRange(double internalMin, double internalMax, std::int32_t externalMin, std::int32_t externalMax);
+    void CalculateScaleFactor();
+};
+
+// Unlike the other three, measures its widths without sign: a reversed interval gives a positive
+// factor.
+class FloatRange : public detail::RangeBounds<double, double> {
+public:
+    FloatRange(double internalMin, double internalMax, double externalMin, double externalMax);
+    void CalculateScaleFactor();
+};
+
+// "IntegerRange(0, 255, 0, 100)"; LongIntegerRange deliberately prints with the same word.
+std::string ToString(const IntegerRange& range);
+std::string ToString(const LongIntegerRange& range);
+std::string ToString(const FloatIntegerRange& range);
+std::string ToString(const FloatRange& range);
 
 class KnxConverter {
 public:
@@ -38,32 +115,177 @@ public:
     }
 };
 
+// A converter that holds a range, set where the DPT table is filled.
+template <class Derived, class Range>
+class KnxConverterWithRange : public KnxConverterBase<Derived> {
+public:
+    explicit KnxConverterWithRange(const Range& range) : m_range(range) {}
+    const Range& GetRange() const { return m_range; }
+
+protected:
+    Range m_range;
+};
+
+#define ERV_KNX_CONVERTER_OPERATIONS                                                                            \
+    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;          \
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override
+
 // For DPTs without a converter of their own: goes through the value library's byte-array bridge.
 class KnxConverterDefault : public KnxConverterBase<KnxConverterDefault> {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override;
+    ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 1.x, boolean. Its checks fail silently.
 class KnxConverter1Bit : public KnxConverterBase<KnxConverter1Bit> {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override;
+    ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 2.x, two bits carried in an ivtByte value.
 class KnxConverter2Bit : public KnxConverterBase<KnxConverter2Bit> {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override;
+    ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 3.x, four bits carried in an ivtByte value.
 class KnxConverter4Bit : public KnxConverterBase<KnxConverter4Bit> {
 public:
-    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// 8-bit formats ------------------------------------------------------------------------------
+
+// DPT 4.x, one character: UTF-8 in the application, one byte on the bus.
+class KnxConverter8BitString : public KnxConverterWithRange<KnxConverter8BitString, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 5.x, 20.x, 21.x, 23.x, 236.x, 238.x: an unsigned byte.
+class KnxConverterByte8BitUnsigned : public KnxConverterWithRange<KnxConverterByte8BitUnsigned, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 6.x: a signed byte. Its range is carried but never consulted.
+class KnxConverterInteger8BitSigned : public KnxConverterWithRange<KnxConverterInteger8BitSigned, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 6.020: status with a three-bit mode field.
+class KnxConverterStatus8Bit : public KnxConverterWithRange<KnxConverterStatus8Bit, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// Multi-byte numbers --------------------------------------------------------------------------
+
+// DPT 7.x: unsigned 16-bit.
+class KnxConverterInteger16BitUnsigned
+    : public KnxConverterWithRange<KnxConverterInteger16BitUnsigned, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 8.x: signed 16-bit.
+class KnxConverterInteger16BitSigned : public KnxConverterWithRange<KnxConverterInteger16BitSigned, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 9.x: the 2-octet KNX float, validated against its range in both directions.
+class KnxConverterFloat16BitFloat : public KnxConverterWithRange<KnxConverterFloat16BitFloat, FloatRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 14.x: the 4-octet IEEE float.
+class KnxConverterFloat32BitFloat : public KnxConverterWithRange<KnxConverterFloat32BitFloat, FloatRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// 3-octet unsigned (DPT 232.x). Its range is carried but never consulted.
+class KnxConverterInteger24BitUnsigned
+    : public KnxConverterWithRange<KnxConverterInteger24BitUnsigned, LongIntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 12.x, 15.x, 27.x: unsigned 32-bit.
+class KnxConverterInteger32BitUnsigned
+    : public KnxConverterWithRange<KnxConverterInteger32BitUnsigned, LongIntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 13.x: signed 32-bit, scaled through its range toward the bus.
+class KnxConverterInteger32BitSigned : public KnxConverterWithRange<KnxConverterInteger32BitSigned, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// Text, date and time -------------------------------------------------------------------------
+
+// DPT 16.x: 14 characters, UTF-8 in the application, one byte each on the bus, filtered by range.
+class KnxConverter14ByteString : public KnxConverterWithRange<KnxConverter14ByteString, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 11.001: date.
+class KnxConverterDate : public KnxConverterBase<KnxConverterDate> {
+public:
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 10.001: time of day with weekday.
+class KnxConverterTimeOfDay : public KnxConverterBase<KnxConverterTimeOfDay> {
+public:
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 19.001: date and time, eight octets.
+class KnxConverterDateTime : public KnxConverterBase<KnxConverterDateTime> {
+public:
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// Scenes --------------------------------------------------------------------------------------
+
+// DPT 17.001: scene number, bounded by its range.
+class KnxConverterSceneNumber : public KnxConverterWithRange<KnxConverterSceneNumber, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 18.001: scene control (learn bit and scene number). Its range is carried but not consulted.
+class KnxConverterSceneControl : public KnxConverterWithRange<KnxConverterSceneControl, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
+};
+
+// DPT 26.001: scene information. Its range is carried but not consulted.
+class KnxConverterSceneInfo : public KnxConverterWithRange<KnxConverterSceneInfo, IntegerRange> {
+public:
+    using KnxConverterWithRange::KnxConverterWithRange;
+    ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 } // namespace Erv

@@ -1,0 +1,49 @@
+// The unreachable guard: marks code that only a bug can reach. Reaching it writes one FATAL line
+// "This statement should not be executed. There is a bug somewhere around <source>:<line>" and
+// ends the process with std::terminate.
+//
+//   switch (day) { ...; default: ERV_UNREACHABLE(); }
+#pragma once
+
+#include "ErvLogging/Logging.h"
+#include "ErvLogging/SourceName.h"
+
+#include <boost/optional.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace Erv {
+namespace detail {
+
+[[noreturn]] inline void UnreachableReached(const char* prettyFunction, const char* file, int line)
+{
+    log4cplus::Logger& logger = GetGlobalDefaultLogger();
+    if (logger.isEnabledFor(log4cplus::FATAL_LOG_LEVEL)) {
+        LogStream text;
+        BeginLine(text, prettyFunction);
+        text << "This statement should not be executed. There is a bug somewhere around " << SourceName(file) << ':'
+             << line;
+        EmitLine(logger, log4cplus::FATAL_LOG_LEVEL, text, file, line, prettyFunction);
+    }
+    std::terminate();
+}
+
+} // namespace detail
+} // namespace Erv
+
+#define ERV_UNREACHABLE() ::Erv::detail::UnreachableReached(__PRETTY_FUNCTION__, __FILE__, __LINE__)
+
+namespace Erv {
+
+// The contained value. An empty optional is a bug: the guard's line names this file and line 45,
+// which hosts search their logs for, so keep the guard where it is.
+template <class T>
+T UndefinedBehaviourIfNone(boost::optional<T> value)
+{
+    if (!value)
+        ERV_UNREACHABLE();
+    return std::move(*value);
+}
+
+} // namespace Erv

@@ -1,0 +1,75 @@
+// Golden-vector helpers for converter tests: one row per conversion with its expected result,
+// bus bytes and log lines (INFO and above), checked by RunToKnx / RunFromKnx.
+#pragma once
+
+#include "ErvObjectModel/KnxConverter.h"
+#include "LogCapture.h"
+
+#include <gmock/gmock.h>
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace ErvTest {
+
+inline KnxStack::GroupValue Bus(unsigned int bits, std::initializer_list<unsigned char> bytes)
+{
+    const std::vector<unsigned char> data(bytes);
+    return KnxStack::GroupValue(KnxStack::BinaryData(data.data(), data.size()), bits);
+}
+
+inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) { return KNXDPT{bits, main, sub}; }
+
+struct ToKnxCase {
+    const char* name;
+    std::shared_ptr<const Erv::KnxConverter> converter;
+    KNXDPT dpt;
+    AVOVALUE value;
+    bool ok;
+    KnxStack::GroupValue bus; // expected output; compared with an untouched output when refused
+    std::vector<LogLine> lines;
+};
+
+struct FromKnxCase {
+    const char* name;
+    std::shared_ptr<const Erv::KnxConverter> converter;
+    KNXDPT dpt;
+    KnxStack::GroupValue bus;
+    AVOVALUE before; // the value handed in
+    bool ok;
+    AVOVALUE after;
+    std::vector<LogLine> lines;
+};
+
+// An output the converter must not have touched on a silent refusal.
+inline KnxStack::GroupValue UntouchedBus() { return Bus(7, {0xA5}); }
+
+inline void RunToKnx(const ToKnxCase& c)
+{
+    LogCapture log;
+    KnxStack::GroupValue out = UntouchedBus();
+    KNXDPT dpt = c.dpt;
+    EXPECT_EQ(c.converter->ToKnxValue(dpt, c.value, out), c.ok);
+    EXPECT_EQ(out, c.bus);
+    EXPECT_EQ(log.Lines(), c.lines);
+}
+
+inline void RunFromKnx(const FromKnxCase& c)
+{
+    LogCapture log;
+    AVOVALUE out = c.before;
+    KNXDPT dpt = c.dpt;
+    EXPECT_EQ(c.converter->FromKnxValue(dpt, c.bus, out), c.ok);
+    EXPECT_EQ(out, c.after) << "got " << out;
+    EXPECT_EQ(log.Lines(), c.lines);
+}
+
+template <class Case>
+std::string CaseName(const ::testing::TestParamInfo<Case>& info)
+{
+    return info.param.name;
+}
+
+} // namespace ErvTest
