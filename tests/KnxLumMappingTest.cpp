@@ -22,7 +22,7 @@ const LogicalDeviceId Ld2 = LogicalDeviceId::Of<2>();
 const LogicalDeviceId Devices[] = {Ld1, Ld2};
 constexpr unsigned long WalkEnd = 300000; // inclusive
 
-// The result widths are part of the contract.
+// Callers rely on these result widths.
 static_assert(std::is_same_v<decltype(KnxLumMapping::GetParameterNumberFromObjModelId(0, Ld1)),
                              boost::optional<unsigned char>>);
 static_assert(std::is_same_v<decltype(KnxLumMapping::GetCoNumberFromObjModelId(0, Ld1)),
