@@ -6,6 +6,8 @@
 // flags, quality.
 #include "ConverterCases.h"
 
+#include "AvoValue/TimeOfDay.h"
+
 #include <string>
 
 using namespace ErvTest;

@@ -153,7 +153,7 @@ TEST(FromAvoTime, AnythingButASingleFlagIsNoDayAndTheFieldsMustFormATime)
 TEST(WeekdaysDeathTest, DayAfterSundayIsABug)
 {
     EXPECT_DEATH(ErvApp::ToAvoWeekday(static_cast<ErvApp::DayOfWeek>(ErvApp::Sunday + 1)),
-                 "ErvApp::ToAvoWeekday\\(ErvApp::DayOfWeek\\) - This statement should not be executed. There is a "
+                 "ErvApp::ToAvoWeekday\\(DayOfWeek\\) - This statement should not be executed. There is a "
                  "bug somewhere around ErvObjectModel/TimeOfDay:68");
 }
 
