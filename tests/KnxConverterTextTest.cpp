@@ -250,7 +250,8 @@ TEST(TextDateTime, DateAndTimeConverterWritesNoTrace)
     ASSERT_TRUE(DateTime->ToKnxValue(Dpt(19, 1), value, out));
     ASSERT_TRUE(DateTime->FromKnxValue(Dpt(19, 1), out, value));
     TimeOfDay->FromKnxValue(Dpt(10, 1), Bus(24, {0x6C, 0x1E, 0x0F}), value);
-    EXPECT_THAT(log.AllLines(), ::testing::ElementsAre(Debug("DPT is used. DPT = 10.001 grp.size=24 grp.val=6C 1E 0F")));
+    EXPECT_THAT(log.AllLines(),
+                ::testing::ElementsAre(Debug("DPT is used. DPT = 10.001 grp.size=24 grp.val=6C 1E 0F")));
 }
 
 } // namespace

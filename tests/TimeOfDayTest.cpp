@@ -51,7 +51,8 @@ TEST(ToAvoValue, TimeOfDayIsCarriedOnTheFirstOfJanuary2000)
 // The records name the assertion's line in the shared header; hosts search their logs for them.
 TEST(ToAvoValueDeathTest, WrongExpectationEndsTheProcessWithItsRecord)
 {
-    const char* const typeRecord = "Include/Erv/AvoValueHelper:32: ToAvoValue ERV_ASSERT2\\(result.ivt == expectedType\\) failed";
+    const char* const typeRecord =
+        "Include/Erv/AvoValueHelper:32: ToAvoValue ERV_ASSERT2\\(result.ivt == expectedType\\) failed";
     EXPECT_DEATH(ToAvoValue<unsigned char>(7, ivtWord), typeRecord);
     EXPECT_DEATH(ToAvoValue(std::string("7"), ivtWord), typeRecord);
     EXPECT_DEATH(ToAvoValue(std::string("a\xFF"), ivtString),
@@ -133,7 +134,8 @@ TEST(Weekdays, EachDayHasOneFlagAndBack)
                  {ErvApp::Saturday, WD_SATURDAY},  {ErvApp::Sunday, WD_SUNDAY}};
     for (const auto& row : table) {
         EXPECT_EQ(ErvApp::ToAvoWeekday(row.day), row.flag);
-        const auto back = ErvApp::FromAvoTime(AVOTIME{2000, 1, 1, 23, 59, 59, 0, static_cast<unsigned short>(row.flag), 1, false, false});
+        const unsigned short flag = row.flag;
+        const auto back = ErvApp::FromAvoTime(AVOTIME{2000, 1, 1, 23, 59, 59, 0, flag, 1, false, false});
         ASSERT_TRUE(back);
         EXPECT_EQ(*back, *ErvApp::TimeOfDay::Create(23, 59, 59, row.day));
     }
