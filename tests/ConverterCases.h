@@ -73,6 +73,22 @@ inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
 // field that the type uses, so it misses a slot written under ivtEmpty or kept under ivtInvalid.
 inline void RunFromKnxSlotExact(const FromKnxCase& c) { RunFromKnx(c, true); }
 
+// A group value that the converter's accessor cannot take (KnxStack::GroupValueException): false,
+// one ERROR line, and the value handed in comes back as it was.
+inline void RunUnfitGroupValue(const Erv::KnxConverter& converter, const KNXDPT& dpt, const KnxStack::GroupValue& bus)
+{
+    LogCapture log;
+    const AVOVALUE before = AVOVALUE::Integer(42);
+    AVOVALUE out = before;
+    EXPECT_FALSE(converter.FromKnxValue(dpt, bus, out));
+    EXPECT_EQ(out.ivt, before.ivt);
+    EXPECT_EQ(out.GetSlotBits(), before.GetSlotBits());
+    const auto lines = log.Lines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].level, log4cplus::ERROR_LOG_LEVEL);
+    EXPECT_THAT(lines[0].message, ::testing::StartsWith("Group value access failed: "));
+}
+
 template <class Case>
 std::string CaseName(const ::testing::TestParamInfo<Case>& info)
 {

@@ -3,8 +3,6 @@
 // number (85 = learn scene 5); scene info has bit 7 reserved.
 #include "ConverterCases.h"
 
-#include <typeinfo>
-
 using namespace ErvTest;
 using namespace Erv;
 
@@ -115,23 +113,11 @@ INSTANTIATE_TEST_SUITE_P(
         Rejects("InfoOtherSub", Info, Dpt(26, 2), 0x05, "Wrong DPT for Scene number, only 26.001 is valid.")),
     CaseName<FromKnxCase>);
 
-TEST(SceneConverters, GroupValueOfWrongSizeIsRefused)
+TEST(SceneConverters, GroupValueThatDoesNotFitIsRefused)
 {
-    const struct {
-        Converter converter;
-        KNXDPT dpt;
-    } cases[] = {{Number, Dpt(17, 1)}, {Control, Dpt(18, 1)}, {Info, Dpt(26, 1)}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(typeid(*c.converter).name());
-        LogCapture log;
-        AVOVALUE value = Prepared;
-        EXPECT_FALSE(c.converter->FromKnxValue(c.dpt, Bus(16, {0x01, 0x02}), value));
-        EXPECT_EQ(value.GetSlotBits(), Prepared.GetSlotBits());
-        const auto lines = log.Lines();
-        ASSERT_EQ(lines.size(), 1u);
-        EXPECT_EQ(lines[0].level, log4cplus::ERROR_LOG_LEVEL);
-        EXPECT_THAT(lines[0].message, ::testing::StartsWith("Group value access failed: "));
-    }
+    RunUnfitGroupValue(*Number, Dpt(17, 1), Bus(16, {0x01, 0x02}));
+    RunUnfitGroupValue(*Control, Dpt(18, 1), Bus(16, {0x01, 0x02}));
+    RunUnfitGroupValue(*Info, Dpt(26, 1), Bus(16, {0x01, 0x02}));
 }
 
 } // namespace
