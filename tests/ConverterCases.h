@@ -63,8 +63,9 @@ inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
     KNXDPT dpt = c.dpt;
     EXPECT_EQ(c.converter->FromKnxValue(dpt, c.bus, out), c.ok);
     EXPECT_EQ(out, c.after) << "got " << out;
-    if (compareSlot)
+    if (compareSlot) {
         EXPECT_EQ(out.GetSlotBits(), c.after.GetSlotBits()) << "got " << out;
+    }
     EXPECT_EQ(log.Lines(), c.lines);
 }
 
