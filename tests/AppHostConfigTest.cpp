@@ -144,9 +144,8 @@ Outcome LoadGracefully(const std::string& text, const std::string& what)
         return Outcome::Threw;
     }
     EXPECT_EQ(Settings(config), "withoutKnx objectModel=/p") << what;
-    EXPECT_THAT(log.Lines(), ElementsAre(::testing::Field(&LogLine::message,
-                                                          ::testing::StartsWith("Failed to read configuration file: "))))
-        << what;
+    const auto refusal = ::testing::StartsWith("Failed to read configuration file: ");
+    EXPECT_THAT(log.Lines(), ElementsAre(::testing::Field(&LogLine::message, refusal))) << what;
     return Outcome::Refused;
 }
 
@@ -188,9 +187,9 @@ TEST(AppHostConfig, BadObjIdEscapesWithEarlierEntriesApplied)
 {
     for (const std::string objId : {"x", "", "99999999999999999999999"}) {
         AppHostConfiguration config;
-        const std::string xml = R"(<ErvAppHostConfig WithoutKNX="1"><LumConfig><ResponseDps><Dp ObjId="1"/><Dp ObjId=")" +
-                                objId + R"("/><Dp ObjId="3"/></ResponseDps></LumConfig><Debugging Active="1"/>)"
-                                        R"(</ErvAppHostConfig>)";
+        const std::string xml = R"(<ErvAppHostConfig WithoutKNX="1"><LumConfig><ResponseDps><Dp ObjId="1"/>)"
+                                R"(<Dp ObjId=")" + objId + R"("/><Dp ObjId="3"/></ResponseDps></LumConfig>)"
+                                R"(<Debugging Active="1"/></ErvAppHostConfig>)";
         if (objId.size() > 1)
             EXPECT_THROW(Load(config, xml), std::out_of_range);
         else
