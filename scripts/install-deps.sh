@@ -8,7 +8,7 @@ mode=${1:-host}
 
 host_pkgs=(cmake make g++ pkg-config
   libboost-dev libboost-thread-dev libboost-date-time-dev libboost-chrono-dev
-  libboost-timer-dev libboost-filesystem-dev
+  libboost-timer-dev libboost-filesystem-dev libboost-program-options-dev
   liblog4cplus-dev librapidxml-dev libutfcpp-dev
   libgtest-dev libgmock-dev libbenchmark-dev)
 armhf_pkgs=(g++-arm-linux-gnueabihf qemu-user libc6:armhf
