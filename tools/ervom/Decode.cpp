@@ -1,0 +1,371 @@
+// decode: payload bytes of a DPT to an application value, one at a time or a whole capture.
+#include "Commands.h"
+#include "ValueText.h"
+
+#include "ErvObjectModel/GroupValueAvoValue.h"
+#include "ErvObjectModel/KnxLumMapping.h"
+#include "ErvObjectModel/KnxValueConverter.h"
+
+#include <boost/optional.hpp>
+
+#include <charconv>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+namespace Ervom {
+
+namespace {
+
+const CommandHelp Help = {
+    "ervom decode [options] DPT HEX...\n"
+    "       ervom decode --batch [options] [FILE]",
+    "Decodes the payload bytes of a group telegram as the library does for the DPT, and prints the\n"
+    "DPT, the bits and bytes, the application value's type and sub type, the value and its\n"
+    "serialised text. The table-driven converter decides, unless --by-number asks the direct\n"
+    "mapping by DPT number. A DPT is written main.sub with the sub number in three digits (9.001),\n"
+    "or main.x or main for any sub number; ETS spellings (DPST-9-1, DPT-9) are read too. Bytes are\n"
+    "written as a bus monitor shows them (0C 1A, 0C1A, $0C $1A). A value of less than 8 bits\n"
+    "(DPT 1, 2, 3) is given as one byte and takes the DPT's size, unless --bits says otherwise.\n\n"
+    "With --batch, every line of FILE (or standard input) holds one \"DPT HEX...\"; '#' starts a\n"
+    "comment. Each line gets one result line: decoded, refused (with the library's message),\n"
+    "unknown (the library has no entry for the DPT and would accept the bytes unchecked) or unread\n"
+    "(no DPT and bytes on the line). A summary follows, on standard error with --format tsv.\n"
+    "Exit status 1 when a value (or any line of a batch) was not decoded.",
+    "  ervom decode 9.001 0C 1A                 temperature: 21 (ivtFloat)\n"
+    "  ervom decode 1.001 01                    switch: true\n"
+    "  ervom decode 10.001 2C 1E 00             time of day: Tuesday 12:30:00\n"
+    "  ervom decode --by-number 7.001 FF FF     through the direct mapping\n"
+    "  ervom decode --bits 4 3.007 09           dimming step with an explicit size\n"
+    "  ervom decode --batch tools/samples/capture.txt\n"
+    "  ervom --format tsv decode --batch < capture.txt | awk -F'\\t' '$5 == \"refused\"'\n"};
+
+enum class Outcome { Decoded, Refused, Unknown };
+
+const char* OutcomeName(Outcome outcome)
+{
+    switch (outcome) {
+    case Outcome::Decoded: return "decoded";
+    case Outcome::Refused: return "refused";
+    case Outcome::Unknown: return "unknown";
+    }
+    return "";
+}
+
+struct Decoded {
+    Outcome outcome = Outcome::Refused;
+    std::string dpt;
+    unsigned bits = 0;
+    std::string bytes;
+    std::string type;
+    std::string subType;
+    std::string value;
+    std::string serialized;
+    std::string message;
+};
+
+// One converter for the whole run: the table is built once, as a host does.
+class Decoder {
+public:
+    Decoder(bool byNumber, boost::optional<unsigned> bits, LibraryMessages& messages)
+        : m_byNumber(byNumber), m_bits(bits), m_messages(messages)
+    {
+        m_converter.Init();
+    }
+
+    void Decode(const DptText& text, const std::vector<unsigned char>& bytes, Decoded& out)
+    {
+        out = Decoded();
+        out.dpt = ToString(text.ToKnxDpt(0));
+        m_messages.Clear();
+        try {
+            const unsigned bits = m_bits ? *m_bits : DefaultBits(text.main, bytes.size());
+            const KnxStack::GroupValue groupValue(KnxStack::BinaryData(bytes.data(), bytes.size()), bits);
+            out.bits = groupValue.GetDefinedSize();
+            out.bytes = groupValue.GetRawData().ToString();
+            if (m_byNumber)
+                ByNumber(text, groupValue, out);
+            else
+                ByTable(text, groupValue, out);
+        } catch (const std::exception& e) {
+            // The platform's group value refuses what it cannot hold (more than its capacity).
+            out.outcome = Outcome::Refused;
+            out.message = e.what();
+        }
+    }
+
+private:
+    // The size the DPT carries on the bus when the bytes hold exactly that (1 bit in one byte);
+    // otherwise every byte counts.
+    static unsigned DefaultBits(std::uint16_t main, std::size_t byteCount)
+    {
+        const std::uint32_t expected = Erv::KnxValueConverter::GetExpectedBitSize(main);
+        if (expected > 0 && expected < 2147483647u && (expected + 7) / 8 == byteCount)
+            return expected;
+        return static_cast<unsigned>(byteCount * 8);
+    }
+
+    void ByTable(const DptText& text, const KnxStack::GroupValue& groupValue, Decoded& out)
+    {
+        KNXDPT dpt = text.ToKnxDpt(0);
+        const Erv::DptValueEntry* entry = nullptr;
+        if (dpt.mainNumber != 0) {
+            entry = &m_converter.GetEntry(dpt);
+            if (entry == &Erv::GetDefaultDptValueEntry())
+                return Unknown(out);
+            dpt.bitSize = entry->GetDpt().bitSize;
+        }
+        AVOVALUE value;
+        if (!m_converter.FromKnxValue(dpt, groupValue, value))
+            return Refused(out);
+        if (!entry) { // the library chose the DPT from the size
+            out.dpt = ToString(dpt);
+            entry = &m_converter.GetEntry(dpt);
+            if (entry == &Erv::GetDefaultDptValueEntry())
+                return Unknown(out);
+        }
+        Fill(value, AvoDP::GetNameFromValueSubType(entry->GetSubType()), out);
+    }
+
+    void ByNumber(const DptText& text, const KnxStack::GroupValue& groupValue, Decoded& out)
+    {
+        const unsigned long number = text.Number();
+        const boost::optional<AVOVALUE> value = Erv::GroupValueToAvoValue(groupValue, number);
+        if (Erv::KnxLumMapping::GetIvtFromDpt(static_cast<unsigned int>(number)) == ivtEmpty)
+            return Unknown(out);
+        if (!value)
+            return Refused(out);
+        Fill(*value, Erv::KnxLumMapping::GetIstFromMainType(text.main), out);
+    }
+
+    void Unknown(Decoded& out) const
+    {
+        out.outcome = Outcome::Unknown;
+        out.message = m_messages.Joined("the library has no entry for this DPT");
+    }
+
+    void Refused(Decoded& out) const
+    {
+        out.outcome = Outcome::Refused;
+        out.message = m_messages.Joined("the library refused the value without a message");
+    }
+
+    static void Fill(const AVOVALUE& value, std::string subType, Decoded& out)
+    {
+        out.outcome = Outcome::Decoded;
+        out.type = AVOVALUE::GetNameFromValueType(value.ivt);
+        out.subType = std::move(subType);
+        out.value = value.ToString();
+        value.Serialize(out.serialized, false);
+    }
+
+    Erv::KnxValueConverter m_converter;
+    bool m_byNumber;
+    boost::optional<unsigned> m_bits;
+    LibraryMessages& m_messages;
+};
+
+int DecodeOne(const Invocation& invocation, Decoder& decoder, const std::vector<std::string>& args)
+{
+    if (args.size() < 2)
+        throw UsageError("give a DPT and the payload bytes, e.g. 'decode 9.001 0C 1A'");
+    const DptText dpt = ParseDptOrThrow(args[0]);
+    std::string hexText;
+    for (std::size_t i = 1; i < args.size(); ++i)
+        hexText.append(i > 1 ? " " : "").append(args[i]);
+    std::vector<unsigned char> bytes;
+    std::string error;
+    if (!ParseHex(hexText, bytes, error))
+        throw UsageError(error);
+
+    Decoded decoded;
+    decoder.Decode(dpt, bytes, decoded);
+    if (decoded.outcome == Outcome::Refused) {
+        *invocation.err << "ervom decode: refused: " << decoded.message << '\n';
+        return ExitRefused;
+    }
+    if (decoded.outcome == Outcome::Unknown) {
+        *invocation.err << "ervom decode: unknown DPT " << decoded.dpt << ": " << decoded.message << '\n';
+        return ExitRefused;
+    }
+    Record()
+        .Add("DPT", decoded.dpt)
+        .Add("bits", std::to_string(decoded.bits))
+        .Add("bytes", decoded.bytes)
+        .Add("type", decoded.type)
+        .Add("sub type", decoded.subType)
+        .Add("value", decoded.value)
+        .Add("serialized", decoded.serialized)
+        .Print(*invocation.out, invocation.common.format);
+    return ExitSuccess;
+}
+
+// Reads a capture in large blocks; a capture of a busy line is millions of short lines.
+class LineReader {
+public:
+    explicit LineReader(std::FILE* file) : m_file(file), m_buffer(1 << 20) {}
+
+    bool Next(std::string_view& line)
+    {
+        for (;;) {
+            const char* begin = m_buffer.data() + m_start;
+            const char* end = m_buffer.data() + m_end;
+            const char* newline = static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
+            if (newline) {
+                line = std::string_view(begin, static_cast<std::size_t>(newline - begin));
+                m_start = static_cast<std::size_t>(newline - m_buffer.data()) + 1;
+                return true;
+            }
+            if (m_eof) {
+                if (m_start == m_end)
+                    return false;
+                line = std::string_view(begin, m_end - m_start);
+                m_start = m_end;
+                return true;
+            }
+            Refill();
+        }
+    }
+
+private:
+    void Refill()
+    {
+        const std::size_t pending = m_end - m_start;
+        std::memmove(m_buffer.data(), m_buffer.data() + m_start, pending);
+        m_start = 0;
+        m_end = pending;
+        if (m_end == m_buffer.size())
+            m_buffer.resize(m_buffer.size() * 2); // a line longer than the buffer
+        const std::size_t got = std::fread(m_buffer.data() + m_end, 1, m_buffer.size() - m_end, m_file);
+        m_end += got;
+        if (got == 0)
+            m_eof = true;
+    }
+
+    std::FILE* m_file;
+    std::vector<char> m_buffer;
+    std::size_t m_start = 0;
+    std::size_t m_end = 0;
+    bool m_eof = false;
+};
+
+std::string_view TrimLine(std::string_view line)
+{
+    const auto comment = line.find('#');
+    if (comment != std::string_view::npos)
+        line = line.substr(0, comment);
+    while (!line.empty() && (line.front() == ' ' || line.front() == '\t'))
+        line.remove_prefix(1);
+    while (!line.empty() && (line.back() == ' ' || line.back() == '\t' || line.back() == '\r'))
+        line.remove_suffix(1);
+    return line;
+}
+
+int DecodeBatch(const Invocation& invocation, Decoder& decoder, const std::vector<std::string>& args, bool timing)
+{
+    if (args.size() > 1)
+        throw UsageError("--batch reads one FILE (or standard input), not DPT and bytes");
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(nullptr, std::fclose);
+    std::FILE* input = stdin;
+    if (!args.empty() && args[0] != "-") {
+        file.reset(std::fopen(args[0].c_str(), "rb"));
+        if (!file)
+            throw UsageError("cannot read '" + args[0] + "'");
+        input = file.get();
+    }
+
+    const Format format = invocation.common.format;
+    Table table(*invocation.out, format,
+                {{"line", 4}, {"DPT", 7}, {"bits", 4}, {"bytes", 8}, {"result", 7}, {"type", 10},
+                 {"value", 10}, {"serialized", 12}, {"message", 0}},
+                true);
+    unsigned long counts[3] = {0, 0, 0};
+    unsigned long unread = 0;
+    unsigned long lineNumber = 0;
+    const auto start = std::chrono::steady_clock::now();
+
+    LineReader reader(input);
+    std::string_view line;
+    Decoded decoded;
+    std::vector<unsigned char> bytes;
+    std::string error;
+    char number[24];
+    while (reader.Next(line)) {
+        ++lineNumber;
+        const std::string_view content = TrimLine(line);
+        if (content.empty())
+            continue;
+        const auto numberEnd = std::to_chars(number, number + sizeof number, lineNumber).ptr;
+        const std::string_view lineText(number, static_cast<std::size_t>(numberEnd - number));
+
+        const auto blank = content.find_first_of(" \t");
+        const std::string_view dptText = content.substr(0, blank);
+        const std::string_view hexText = blank == std::string_view::npos ? std::string_view() : content.substr(blank + 1);
+        DptText dpt;
+        bytes.clear();
+        if (!ParseDpt(dptText, dpt, error) || !ParseHex(hexText, bytes, error)) {
+            ++unread;
+            table.Row({lineText, dptText, "", hexText, "unread", "", "", "", error});
+            continue;
+        }
+        decoder.Decode(dpt, bytes, decoded);
+        ++counts[static_cast<int>(decoded.outcome)];
+        char bits[12];
+        const auto bitsEnd = std::to_chars(bits, bits + sizeof bits, decoded.bits).ptr;
+        table.Row({lineText, decoded.dpt, std::string_view(bits, static_cast<std::size_t>(bitsEnd - bits)),
+                   decoded.bytes, OutcomeName(decoded.outcome), decoded.type, decoded.value, decoded.serialized,
+                   decoded.message});
+    }
+    table.Flush();
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+
+    const unsigned long decodedCount = counts[static_cast<int>(Outcome::Decoded)];
+    const unsigned long total = decodedCount + counts[1] + counts[2] + unread;
+    std::ostream& summary = format == Format::Tsv ? *invocation.err : *invocation.out;
+    summary << (format == Format::Tsv ? "" : "\n") << total << " telegrams: " << decodedCount << " decoded, "
+            << counts[static_cast<int>(Outcome::Refused)] << " refused, " << counts[static_cast<int>(Outcome::Unknown)]
+            << " unknown DPT, " << unread << " unread\n";
+    if (timing)
+        *invocation.err << total << " telegrams in " << seconds << " s: "
+                        << static_cast<unsigned long>(seconds > 0 ? total / seconds : 0) << " lines/s\n";
+    return decodedCount == total ? ExitSuccess : ExitRefused;
+}
+
+} // namespace
+
+int RunDecode(const Invocation& invocation)
+{
+    bool batch = false;
+    bool byNumber = false;
+    bool timing = false;
+    unsigned bits = 0;
+    po::options_description visible("Options");
+    visible.add_options()
+        ("batch", po::bool_switch(&batch), "decode every line of FILE (or standard input)")
+        ("by-number", po::bool_switch(&byNumber), "use the direct mapping by DPT number instead of the DPT table")
+        ("bits", po::value(&bits)->value_name("N"), "the group value's size in bits (default: the DPT's size "
+                                                     "where the bytes hold it, else 8 per byte)")
+        ("timing", po::bool_switch(&timing), "with --batch: print the lines per second on standard error");
+    po::options_description hidden;
+    hidden.add_options()("args", po::value<std::vector<std::string>>());
+    po::positional_options_description positional;
+    positional.add("args", -1);
+    po::variables_map values;
+    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+        return ExitSuccess;
+
+    const std::vector<std::string> args =
+        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
+    boost::optional<unsigned> size;
+    if (values.count("bits")) {
+        if (bits == 0 || bits > 255)
+            throw UsageError("--bits must be 1 to 255");
+        size = bits;
+    }
+    Decoder decoder(byNumber, size, *invocation.messages);
+    return batch ? DecodeBatch(invocation, decoder, args, timing) : DecodeOne(invocation, decoder, args);
+}
+
+} // namespace Ervom

@@ -1,0 +1,118 @@
+// dpts: the DPT table as the library holds it after Init().
+#include "Commands.h"
+#include "ValueText.h"
+
+#include "ErvObjectModel/KnxValueConverter.h"
+
+#include <iostream>
+#include <type_traits>
+
+namespace Ervom {
+
+namespace {
+
+const CommandHelp Help = {
+    "ervom dpts [options] [DPT]",
+    "Lists the DPT table of the library's converter, in the order of its lookup: DPT (x: any sub\n"
+    "number of the main number), bits, the application value type and sub type it maps to, the\n"
+    "converter object and its range (internal interval, then the bus side). With a DPT, prints the\n"
+    "one row the library uses for it (9.009 has no row of its own and takes 9.x); exit status 1\n"
+    "when the library has no row for it.",
+    "  ervom dpts\n"
+    "  ervom dpts | grep Float16\n"
+    "  ervom dpts 9.009\n"
+    "  ervom --format tsv dpts | cut -f1,3\n"};
+
+template <class Converter, class = void>
+struct HasRange : std::false_type {};
+template <class Converter>
+struct HasRange<Converter, std::void_t<decltype(std::declval<const Converter&>().GetRange())>> : std::true_type {};
+
+struct Description {
+    std::string converter;
+    std::string range;
+};
+
+template <class Converter>
+bool DescribeAs(const Erv::KnxConverter& converter, const char* name, Description& out)
+{
+    const auto* concrete = dynamic_cast<const Converter*>(&converter);
+    if (!concrete)
+        return false;
+    out.converter = name;
+    if constexpr (HasRange<Converter>::value)
+        out.range = Erv::ToString(concrete->GetRange());
+    else
+        out.range = "-";
+    return true;
+}
+
+Description Describe(const Erv::KnxConverter* converter)
+{
+    Description out{"-", "-"};
+    if (!converter)
+        return out;
+#define ERVOM_CONVERTER(Class) DescribeAs<Erv::Class>(*converter, #Class, out)
+    ERVOM_CONVERTER(KnxConverterDefault) || ERVOM_CONVERTER(KnxConverter1Bit) || ERVOM_CONVERTER(KnxConverter2Bit) ||
+        ERVOM_CONVERTER(KnxConverter4Bit) || ERVOM_CONVERTER(KnxConverter8BitString) ||
+        ERVOM_CONVERTER(KnxConverterByte8BitUnsigned) || ERVOM_CONVERTER(KnxConverterInteger8BitSigned) ||
+        ERVOM_CONVERTER(KnxConverterStatus8Bit) || ERVOM_CONVERTER(KnxConverterInteger16BitUnsigned) ||
+        ERVOM_CONVERTER(KnxConverterInteger16BitSigned) || ERVOM_CONVERTER(KnxConverterFloat16BitFloat) ||
+        ERVOM_CONVERTER(KnxConverterFloat32BitFloat) || ERVOM_CONVERTER(KnxConverterInteger24BitUnsigned) ||
+        ERVOM_CONVERTER(KnxConverterInteger32BitUnsigned) || ERVOM_CONVERTER(KnxConverterInteger32BitSigned) ||
+        ERVOM_CONVERTER(KnxConverter14ByteString) || ERVOM_CONVERTER(KnxConverterDate) ||
+        ERVOM_CONVERTER(KnxConverterTimeOfDay) || ERVOM_CONVERTER(KnxConverterDateTime) ||
+        ERVOM_CONVERTER(KnxConverterSceneNumber) || ERVOM_CONVERTER(KnxConverterSceneControl) ||
+        ERVOM_CONVERTER(KnxConverterSceneInfo) || (out.converter = "(another converter class)", true);
+#undef ERVOM_CONVERTER
+    return out;
+}
+
+void AddRow(Table& table, const Erv::DptValueEntry& entry)
+{
+    const Description description = Describe(entry.GetConverter());
+    const std::string dpt = ToString(entry.GetDpt());
+    const std::string bits = std::to_string(entry.GetDpt().bitSize);
+    const std::string type = AVOVALUE::GetNameFromValueType(entry.GetValueType());
+    const std::string subType = AvoDP::GetNameFromValueSubType(entry.GetSubType());
+    table.Row({dpt, bits, type, subType, description.converter, description.range});
+}
+
+} // namespace
+
+int RunDpts(const Invocation& invocation)
+{
+    po::options_description visible("Options");
+    po::options_description hidden;
+    hidden.add_options()("args", po::value<std::vector<std::string>>());
+    po::positional_options_description positional;
+    positional.add("args", -1);
+    po::variables_map values;
+    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+        return ExitSuccess;
+    const std::vector<std::string> args =
+        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
+    if (args.size() > 1)
+        throw UsageError("give at most one DPT");
+
+    Erv::KnxValueConverter converter;
+    converter.Init();
+    Table table(*invocation.out, invocation.common.format,
+                {{"DPT", 0}, {"bits", 0}, {"type", 0}, {"sub type", 0}, {"converter", 0}, {"range", 0}}, false);
+    if (args.empty()) {
+        converter.GetMap().ForEach([&table](const Erv::DptValueEntry& entry) { AddRow(table, entry); });
+        return ExitSuccess;
+    }
+    const DptText dpt = ParseDptOrThrow(args[0]);
+    invocation.messages->Clear();
+    const Erv::DptValueEntry& entry = converter.GetEntry(dpt.ToKnxDpt(0));
+    if (&entry == &Erv::GetDefaultDptValueEntry()) {
+        *invocation.err << "ervom dpts: unknown DPT " << ToString(dpt.ToKnxDpt(0)) << ": "
+                        << invocation.messages->Joined("the library has no entry for this DPT") << '\n';
+        return ExitRefused;
+    }
+    AddRow(table, entry);
+    return ExitSuccess;
+}
+
+} // namespace Ervom
