@@ -45,8 +45,8 @@ void VisitDptTable(Visitor&& visit)
     const DptRow rows[] = {
         // main sub bits value type   sub type           converter with its range (internal / external)
         { 1,   0,   1, ivtBool,    istGeneric,        Make<KnxConverter1Bit>()},
-        { 2,   0,   2, ivtBool,    istGeneric,        Make<KnxConverter2Bit>()},
-        { 3,   0,   4, ivtFloat,   istDimmingControl, Make<KnxConverter4Bit>()},
+        { 2,   0,   2, ivtBool,    istGeneric,        Make<KnxConverter2Bit>()}, // the converter takes ivtByte; kept
+        { 3,   0,   4, ivtFloat,   istDimmingControl, Make<KnxConverter4Bit>()}, // likewise
         { 4,   0,   8, ivtString,  istAscii,          Make<KnxConverter8BitString>(IntegerRange(0, 127, 0, 127))},
         { 4,   1,   8, ivtString,  istAscii,          Make<KnxConverter8BitString>(IntegerRange(0, 127, 0, 127))},
         { 4,   2,   8, ivtString,  istLatin1,         Make<KnxConverter8BitString>(IntegerRange(0, 255, 0, 255))},
@@ -140,18 +140,20 @@ constexpr ExpectedSizeRow ExpectedSizeTable[] = {
     {0,               {{32, 199}, 208, {226, 228}, 233}},
 };
 
+constexpr std::uint32_t Unlisted = 0xFFFFFFFF;
+constexpr std::uint32_t ListedTwice = 0xFFFFFFFE;
+
 // The table spread out by main number at compile time: a conversion pays one index.
 constexpr std::array<std::uint32_t, HighestKnownMain + 1> SpreadExpectedSizes()
 {
-    constexpr std::uint32_t unset = 0xFFFFFFFF;
     std::array<std::uint32_t, HighestKnownMain + 1> sizes{};
     for (auto& size : sizes)
-        size = unset;
+        size = Unlisted;
     sizes[0] = 0;
     for (const ExpectedSizeRow& row : ExpectedSizeTable)
         for (const MainNumbers& mains : row.mains)
             for (unsigned main = mains.first; main != 0 && main <= mains.last; ++main)
-                sizes[main] = sizes[main] == unset ? row.bitSize : unset - 1; // unset - 1: listed twice
+                sizes[main] = sizes[main] == Unlisted ? row.bitSize : ListedTwice;
     return sizes;
 }
 
@@ -160,7 +162,7 @@ constexpr auto ExpectedSizeByMain = SpreadExpectedSizes();
 constexpr bool EveryMainListedOnce()
 {
     for (std::uint32_t size : ExpectedSizeByMain)
-        if (size >= 0xFFFFFFFE)
+        if (size == Unlisted || size == ListedTwice)
             return false;
     return true;
 }
