@@ -94,6 +94,17 @@ TEST(DptTable, EveryRowHasTheBitSizeItsMainNumberCarries)
     });
 }
 
+TEST(DptTable, ExpectedBitSizeByMainNumber)
+{
+    const std::pair<std::uint16_t, std::uint32_t> cases[] = {
+        {0, 0},   {1, 1},     {31, 3},          {3, 4},      {6, 8},  {200, 9}, {9, 16}, {232, 24},
+        {15, 32}, {218, 40},  {235, 48},        {230, 64},   {16, 112}, {28, 2147483647}, {150, 0}, {241, 32},
+        {242, 0}, {65535, 0},
+    };
+    for (const auto& [main, bits] : cases)
+        EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(main), bits) << main;
+}
+
 struct Bounds {
     double internalMin, internalMax, externalMin, externalMax, factor;
 };
@@ -198,6 +209,8 @@ struct LookupCase {
     std::vector<LogLine> lines;
 };
 
+void PrintTo(const LookupCase& c, std::ostream* os) { *os << c.name; }
+
 class Lookup : public ::testing::TestWithParam<LookupCase> {};
 
 TEST_P(Lookup, FallsBack)
@@ -262,6 +275,8 @@ struct RowCase {
     KnxStack::GroupValue bus;
     AVOVALUE read;
 };
+
+void PrintTo(const RowCase& c, std::ostream* os) { *os << c.name; }
 
 // Bus bytes: the KNX encodings of the group value (2-octet float 0.01 * M * 2^E, big-endian
 // integers, IEEE single precision, date with a two-digit year); 19.x writes the low octet of the
@@ -385,6 +400,8 @@ struct ToCase {
     std::vector<LogLine> lines;
 };
 
+void PrintTo(const ToCase& c, std::ostream* os) { *os << c.name; }
+
 class ToKnx : public ::testing::TestWithParam<ToCase> {};
 
 TEST_P(ToKnx, FollowsItsSteps)
@@ -435,6 +452,8 @@ struct FromCase {
     KNXDPT dptAfter;
     std::vector<LogLine> lines;
 };
+
+void PrintTo(const FromCase& c, std::ostream* os) { *os << c.name; }
 
 class FromKnx : public ::testing::TestWithParam<FromCase> {};
 
