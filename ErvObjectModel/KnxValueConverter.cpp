@@ -23,6 +23,11 @@ std::unique_ptr<const KnxConverter> Make(const Range&... range)
     return std::make_unique<Converter>(range...);
 }
 
+// A range whose internal (application) and external (bus) intervals are both [min..max].
+IntegerRange Ints(std::int32_t min, std::int32_t max) { return IntegerRange(min, max, min, max); }
+LongIntegerRange Longs(std::int64_t min, std::int64_t max) { return LongIntegerRange(min, max, min, max); }
+FloatRange Floats(double min, double max) { return FloatRange(min, max, min, max); }
+
 struct DptRow {
     std::uint16_t mainNumber;
     std::uint16_t subNumber; // 0: any sub number
@@ -40,63 +45,66 @@ void VisitDptTable(Visitor&& visit)
     constexpr std::int32_t I32Min = INT32_MIN;
     constexpr std::int32_t I32Max = INT32_MAX;
     constexpr std::int64_t U32Max = UINT32_MAX;
+    constexpr double F16Min = -671088.64; // the 2-octet float's extremes
+    constexpr double F16Max = 670760.96;
     constexpr double F32 = FLT_MAX; // the largest finite single-precision value
     // clang-format off
     const DptRow rows[] = {
-        // main sub bits value type   sub type           converter with its range (internal / external)
-        { 1,   0,   1, ivtBool,    istGeneric,        Make<KnxConverter1Bit>()},
-        { 2,   0,   2, ivtBool,    istGeneric,        Make<KnxConverter2Bit>()}, // the converter takes ivtByte; kept
-        { 3,   0,   4, ivtFloat,   istDimmingControl, Make<KnxConverter4Bit>()}, // likewise
-        { 4,   0,   8, ivtString,  istAscii,          Make<KnxConverter8BitString>(IntegerRange(0, 127, 0, 127))},
-        { 4,   1,   8, ivtString,  istAscii,          Make<KnxConverter8BitString>(IntegerRange(0, 127, 0, 127))},
-        { 4,   2,   8, ivtString,  istLatin1,         Make<KnxConverter8BitString>(IntegerRange(0, 255, 0, 255))},
-        { 5,   0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
-        { 5,   6,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 254, 0, 254))},
-        { 6,   0,   8, ivtInteger, istGeneric,        Make<KnxConverterInteger8BitSigned>(IntegerRange(-128, 127, -128, 127))},
-        { 6,  20,   8, ivtByte,    istStatusMode,     Make<KnxConverterStatus8Bit>(IntegerRange(0, 255, 0, 255))},
-        { 7,   0,  16, ivtWord,    istGeneric,        Make<KnxConverterInteger16BitUnsigned>(IntegerRange(0, 65535, 0, 65535))},
-        { 8,   0,  16, ivtInteger, istGeneric,        Make<KnxConverterInteger16BitSigned>(IntegerRange(-32768, 32767, -32768, 32767))},
-        { 9,   0,  16, ivtFloat,   istGeneric,        Make<KnxConverterFloat16BitFloat>(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96))},
-        { 9,   1,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-273.0, 670760.0, -273.0, 670760.0))},
-        { 9,   2,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,   3,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,   4,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.0, 0.0, 670760.0))},
-        { 9,   5,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.0, 0.0, 670760.0))},
-        { 9,   6,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.0, 0.0, 670760.0))},
-        { 9,   7,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.0, 0.0, 670760.0))},
-        { 9,   8,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.0, 0.0, 670760.0))},
-        { 9,  10,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  11,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  20,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  21,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  22,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  23,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  24,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  25,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-670760.0, 670760.0, -670760.0, 670760.0))},
-        { 9,  26,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-671088.64, 670760.96, -671088.64, 670760.96))},
-        { 9,  27,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(-459.6, 670760.96, -459.6, 670760.96))},
-        { 9,  28,  16, ivtFloat,   istKnxFloat,       Make<KnxConverterFloat16BitFloat>(FloatRange(0.0, 670760.96, 0.0, 670760.96))},
-        {10,   0,  24, ivtTime,    istGeneric,        Make<KnxConverterTimeOfDay>()},
-        {11,   0,  24, ivtDate,    istGeneric,        Make<KnxConverterDate>()},
-        {12,   0,  32, ivtDWord,   istGeneric,        Make<KnxConverterInteger32BitUnsigned>(LongIntegerRange(0, U32Max, 0, U32Max))},
-        {13,   0,  32, ivtInteger, istGeneric,        Make<KnxConverterInteger32BitSigned>(IntegerRange(I32Min, I32Max, I32Min, I32Max))},
-        {14,   0,  32, ivtFloat,   istGeneric,        Make<KnxConverterFloat32BitFloat>(FloatRange(-F32, F32, -F32, F32))},
-        {15,   0,  32, ivtDWord,   istGeneric,        Make<KnxConverterInteger32BitUnsigned>(LongIntegerRange(0, U32Max, 0, U32Max))},
-        {16,   0, 112, ivtString,  istAscii,          Make<KnxConverter14ByteString>(IntegerRange(0, 127, 0, 127))},
-        {16,   1, 112, ivtString,  istLatin1,         Make<KnxConverter14ByteString>(IntegerRange(0, 255, 0, 255))},
-        {17,   0,   8, ivtInteger, istSceneNumber,    Make<KnxConverterSceneNumber>(IntegerRange(0, 63, 0, 63))},
-        {18,   0,   8, ivtInteger, istSceneNumber,    Make<KnxConverterSceneControl>(IntegerRange(0, 63, 0, 63))},
-        {19,   0,  64, ivtDateTime, istGeneric,       Make<KnxConverterDateTime>()},
-        {20,   0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
-        {20, 102,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 4, 0, 4))},
-        {20, 103,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 4, 0, 4))},
-        {21,   0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
-        {23,   0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
-        {26,   0,   8, ivtByte,    istGeneric,        Make<KnxConverterSceneInfo>(IntegerRange(-64, 64, 0, 255))},
-        {27,   0,  32, ivtDWord,   istGeneric,        Make<KnxConverterInteger32BitUnsigned>(LongIntegerRange(0, U32Max, 0, U32Max))},
-        {236,  0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
-        {232,  0,  24, ivtDWord,   istGeneric,        Make<KnxConverterInteger24BitUnsigned>(LongIntegerRange(0, 16777215, 0, 16777215))},
-        {238,  0,   8, ivtByte,    istGeneric,        Make<KnxConverterByte8BitUnsigned>(IntegerRange(0, 255, 0, 255))},
+        // main sub bits value type  sub type           converter and its range, the same interval on both sides
+        //                                              unless given as (internal min, max, external min, max)
+        {  1,   0,   1, ivtBool,     istGeneric,        Make<KnxConverter1Bit>()},
+        {  2,   0,   2, ivtBool,     istGeneric,        Make<KnxConverter2Bit>()}, // the converter takes ivtByte; kept
+        {  3,   0,   4, ivtFloat,    istDimmingControl, Make<KnxConverter4Bit>()}, // likewise
+        {  4,   0,   8, ivtString,   istAscii,          Make<KnxConverter8BitString>(Ints(0, 127))},
+        {  4,   1,   8, ivtString,   istAscii,          Make<KnxConverter8BitString>(Ints(0, 127))},
+        {  4,   2,   8, ivtString,   istLatin1,         Make<KnxConverter8BitString>(Ints(0, 255))},
+        {  5,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        {  5,   6,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 254))},
+        {  6,   0,   8, ivtInteger,  istGeneric,        Make<KnxConverterInteger8BitSigned>(Ints(-128, 127))},
+        {  6,  20,   8, ivtByte,     istStatusMode,     Make<KnxConverterStatus8Bit>(Ints(0, 255))},
+        {  7,   0,  16, ivtWord,     istGeneric,        Make<KnxConverterInteger16BitUnsigned>(Ints(0, 65535))},
+        {  8,   0,  16, ivtInteger,  istGeneric,        Make<KnxConverterInteger16BitSigned>(Ints(-32768, 32767))},
+        {  9,   0,  16, ivtFloat,    istGeneric,        Make<KnxConverterFloat16BitFloat>(Floats(F16Min, F16Max))},
+        {  9,   1,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-273.0, 670760.0))},
+        {  9,   2,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,   3,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,   4,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
+        {  9,   5,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
+        {  9,   6,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
+        {  9,   7,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
+        {  9,   8,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
+        {  9,  10,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  11,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  20,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  21,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  22,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  23,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  24,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  25,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
+        {  9,  26,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(F16Min, F16Max))},
+        {  9,  27,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-459.6, F16Max))},
+        {  9,  28,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, F16Max))},
+        { 10,   0,  24, ivtTime,     istGeneric,        Make<KnxConverterTimeOfDay>()},
+        { 11,   0,  24, ivtDate,     istGeneric,        Make<KnxConverterDate>()},
+        { 12,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
+        { 13,   0,  32, ivtInteger,  istGeneric,        Make<KnxConverterInteger32BitSigned>(Ints(I32Min, I32Max))},
+        { 14,   0,  32, ivtFloat,    istGeneric,        Make<KnxConverterFloat32BitFloat>(Floats(-F32, F32))},
+        { 15,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
+        { 16,   0, 112, ivtString,   istAscii,          Make<KnxConverter14ByteString>(Ints(0, 127))},
+        { 16,   1, 112, ivtString,   istLatin1,         Make<KnxConverter14ByteString>(Ints(0, 255))},
+        { 17,   0,   8, ivtInteger,  istSceneNumber,    Make<KnxConverterSceneNumber>(Ints(0, 63))},
+        { 18,   0,   8, ivtInteger,  istSceneNumber,    Make<KnxConverterSceneControl>(Ints(0, 63))},
+        { 19,   0,  64, ivtDateTime, istGeneric,        Make<KnxConverterDateTime>()},
+        { 20,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        { 20, 102,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 4))},
+        { 20, 103,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 4))},
+        { 21,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        { 23,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        { 26,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterSceneInfo>(IntegerRange(-64, 64, 0, 255))},
+        { 27,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
+        {236,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        {232,   0,  24, ivtDWord,    istGeneric,        Make<KnxConverterInteger24BitUnsigned>(Longs(0, 16777215))},
+        {238,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
     };
     // clang-format on
     static_assert(std::extent_v<decltype(rows)> == 53, "the DPT table has 53 rows");
@@ -199,16 +207,18 @@ struct CompatibilityRow {
 // A date-time-like value may go where a date or a time goes, but not the other way round: the
 // relation is deliberately not symmetric.
 constexpr CompatibilityRow CompatibilityTable[] = {
-    {{ivtBool},                                               {}},
-    {{ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle}, {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle}},
-    {{ivtInteger, ivtLong},                                   {ivtInteger, ivtLong}},
-    {{ivtChar},                                               {}},
-    {{ivtByte, ivtEnum8},                                     {ivtByte, ivtEnum8}},
-    {{ivtWord, ivtDWord, ivtCounter},                         {ivtWord, ivtDWord, ivtCounter}},
-    {{ivtBinary},                                             {}},
-    {{ivtDate, ivtDay},                                       {ivtDate, ivtDay}},
-    {{ivtTime, ivtDuration},                                  {ivtTime, ivtDuration}},
-    {{ivtDateTime, ivtTimestamp, ivtUtcDateTime},             {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDuration, ivtDay, ivtUtcDateTime}},
+    {{ivtBool}, {}},
+    {{ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle},
+     {ivtFloat, ivtPercent, ivtScaling, ivtDimming, ivtAngle}},
+    {{ivtInteger, ivtLong}, {ivtInteger, ivtLong}},
+    {{ivtChar}, {}},
+    {{ivtByte, ivtEnum8}, {ivtByte, ivtEnum8}},
+    {{ivtWord, ivtDWord, ivtCounter}, {ivtWord, ivtDWord, ivtCounter}},
+    {{ivtBinary}, {}},
+    {{ivtDate, ivtDay}, {ivtDate, ivtDay}},
+    {{ivtTime, ivtDuration}, {ivtTime, ivtDuration}},
+    {{ivtDateTime, ivtTimestamp, ivtUtcDateTime},
+     {ivtDate, ivtTime, ivtDateTime, ivtTimestamp, ivtDuration, ivtDay, ivtUtcDateTime}},
 };
 
 // Default DPTs ------------------------------------------------------------------------------

@@ -510,8 +510,9 @@ TEST(ValueConverter, ConvertsFromManyThreads)
             KNXDPT dpt = Dpt(9, 1);
             KnxStack::GroupValue bus;
             AVOVALUE back;
-            same = same && Table().ToKnxValue(dpt, AVOVALUE::Float(21.5), bus) && Table().FromKnxValue(dpt, bus, back) &&
-                   bus == Bus(16, {0x0C, 0x33}) && SameValue(back, AVOVALUE::Float(21.5));
+            same = same && Table().ToKnxValue(dpt, AVOVALUE::Float(21.5), bus) &&
+                   Table().FromKnxValue(dpt, bus, back) && bus == Bus(16, {0x0C, 0x33}) &&
+                   SameValue(back, AVOVALUE::Float(21.5));
         }
         return same;
     };
