@@ -194,6 +194,13 @@ void AppendTsvCell(std::string& out, std::string_view cell)
         out += c == '\t' || c == '\n' || c == '\r' ? ' ' : c;
 }
 
+// Columns line up on a terminal, which shows a UTF-8 sequence as one character.
+std::size_t DisplayWidth(std::string_view text)
+{
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
 void TrimTrailingBlanks(std::string& text)
 {
     while (!text.empty() && text.back() == ' ')
@@ -262,7 +269,7 @@ void Table::Flush()
     if (!m_streaming) {
         for (const auto& row : m_pending)
             for (std::size_t i = 0; i < row.size() && i < m_columns.size(); ++i)
-                m_columns[i].width = std::max(m_columns[i].width, row[i].size());
+                m_columns[i].width = std::max(m_columns[i].width, DisplayWidth(row[i]));
         WriteHeader();
         for (const auto& row : m_pending)
             WriteRow(std::vector<std::string_view>(row.begin(), row.end()));
@@ -294,11 +301,10 @@ void Table::WriteRow(const std::vector<std::string_view>& cells)
             AppendTsvCell(m_buffer, cells[i]);
             continue;
         }
-        const std::size_t cellStart = m_buffer.size();
         m_buffer.append(cells[i]);
         if (i + 1 < cells.size()) {
             const std::size_t width = i < m_columns.size() ? m_columns[i].width : 0;
-            const std::size_t used = m_buffer.size() - cellStart;
+            const std::size_t used = DisplayWidth(cells[i]);
             m_buffer.append(used < width ? width - used + 2 : 2, ' ');
         }
     }

@@ -69,7 +69,7 @@ struct Decoded {
 // One converter for the whole run: the table is built once, as a host does.
 class Decoder {
 public:
-    Decoder(bool byNumber, boost::optional<unsigned> bits, LibraryMessages& messages)
+    Decoder(bool byNumber, unsigned bits, LibraryMessages& messages)
         : m_byNumber(byNumber), m_bits(bits), m_messages(messages)
     {
         m_converter.Init();
@@ -81,7 +81,7 @@ public:
         out.dpt = ToString(text.ToKnxDpt(0));
         m_messages.Clear();
         try {
-            const unsigned bits = m_bits ? *m_bits : DefaultBits(text.main, bytes.size());
+            const unsigned bits = m_bits != 0 ? m_bits : DefaultBits(text.main, bytes.size());
             const KnxStack::GroupValue groupValue(KnxStack::BinaryData(bytes.data(), bytes.size()), bits);
             out.bits = groupValue.GetDefinedSize();
             out.bytes = groupValue.GetRawData().ToString();
@@ -163,7 +163,7 @@ private:
 
     Erv::KnxValueConverter m_converter;
     bool m_byNumber;
-    boost::optional<unsigned> m_bits;
+    unsigned m_bits; // 0: the DPT's own size
     LibraryMessages& m_messages;
 };
 
@@ -358,13 +358,9 @@ int RunDecode(const Invocation& invocation)
 
     const std::vector<std::string> args =
         values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
-    boost::optional<unsigned> size;
-    if (values.count("bits")) {
-        if (bits == 0 || bits > 255)
-            throw UsageError("--bits must be 1 to 255");
-        size = bits;
-    }
-    Decoder decoder(byNumber, size, *invocation.messages);
+    if (values.count("bits") && (bits == 0 || bits > 255))
+        throw UsageError("--bits must be 1 to 255");
+    Decoder decoder(byNumber, bits, *invocation.messages);
     return batch ? DecodeBatch(invocation, decoder, args, timing) : DecodeOne(invocation, decoder, args);
 }
 
