@@ -7,31 +7,11 @@
 
 #include "ErvLogging/Logging.h"
 
+#include "AllocationCounter.h"
+
 #include <benchmark/benchmark.h>
 
-#include <atomic>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
-
-// Every allocation of this binary is counted. The aligned and nothrow forms of the library end in
-// these or do not allocate on our paths. Not inlined: g++ would otherwise see free() meet a
-// pointer from new at the call sites and warn.
-namespace {
-std::atomic<std::uint64_t> g_allocations{0};
-} // namespace
-
-[[gnu::noinline]] void* operator new(std::size_t size)
-{
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(size == 0 ? 1 : size))
-        return p;
-    throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* p) noexcept { std::free(p); }
-
-[[gnu::noinline]] void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -46,11 +26,6 @@ const Erv::KnxValueConverter& Converter()
 }
 
 void LogAsAHostDoes() { Erv::GetGlobalDefaultLogger().setLogLevel(log4cplus::INFO_LOG_LEVEL); }
-
-benchmark::Counter PerIteration(std::uint64_t allocations)
-{
-    return benchmark::Counter(static_cast<double>(allocations), benchmark::Counter::kAvgIterations);
-}
 
 AVOVALUE Clock(AvoValueType type, unsigned short year, unsigned char month, unsigned char day, unsigned char hour,
                unsigned char minute, unsigned char second, unsigned short weekDays)
@@ -76,14 +51,14 @@ void BM_ToKnxValue(benchmark::State& state, KNXDPT dpt, AVOVALUE value)
         state.SkipWithError("refused");
         return;
     }
-    const std::uint64_t before = g_allocations.load(std::memory_order_relaxed);
+    const std::uint64_t before = ErvBench::Allocations();
     for (auto _ : state) {
         KNXDPT d = dpt;
         bool ok = converter.ToKnxValue(d, value, bus);
         benchmark::DoNotOptimize(ok);
         benchmark::DoNotOptimize(bus);
     }
-    state.counters["allocs"] = PerIteration(g_allocations.load(std::memory_order_relaxed) - before);
+    state.counters["allocs"] = ErvBench::PerIteration(ErvBench::Allocations() - before);
 }
 
 void BM_FromKnxValue(benchmark::State& state, KNXDPT dpt, AVOVALUE value)
@@ -97,14 +72,14 @@ void BM_FromKnxValue(benchmark::State& state, KNXDPT dpt, AVOVALUE value)
         state.SkipWithError("refused");
         return;
     }
-    const std::uint64_t before = g_allocations.load(std::memory_order_relaxed);
+    const std::uint64_t before = ErvBench::Allocations();
     for (auto _ : state) {
         KNXDPT d = dpt;
         bool ok = converter.FromKnxValue(d, bus, out);
         benchmark::DoNotOptimize(ok);
         benchmark::DoNotOptimize(out);
     }
-    state.counters["allocs"] = PerIteration(g_allocations.load(std::memory_order_relaxed) - before);
+    state.counters["allocs"] = ErvBench::PerIteration(ErvBench::Allocations() - before);
 }
 
 #define ERV_BENCH_DPT(name, dpt, value)                                                                         \
@@ -126,13 +101,13 @@ ERV_BENCH_DPT(16.000, (KNXDPT{112, 16, 0}), AVOVALUE::String("Hello KNX"));
 void BM_Init(benchmark::State& state)
 {
     LogAsAHostDoes();
-    const std::uint64_t before = g_allocations.load(std::memory_order_relaxed);
+    const std::uint64_t before = ErvBench::Allocations();
     for (auto _ : state) {
         Erv::KnxValueConverter converter;
         bool ok = converter.Init();
         benchmark::DoNotOptimize(ok);
     }
-    state.counters["allocs"] = PerIteration(g_allocations.load(std::memory_order_relaxed) - before);
+    state.counters["allocs"] = ErvBench::PerIteration(ErvBench::Allocations() - before);
 }
 BENCHMARK(BM_Init);
 
