@@ -18,7 +18,7 @@ foreach(var ERVOM TRANSCRIPT ACTUAL)
 endforeach()
 get_filename_component(dir "${TRANSCRIPT}" DIRECTORY)
 
-file(STRINGS "${TRANSCRIPT}" expected_lines)
+file(STRINGS "${TRANSCRIPT}" expected_lines ENCODING UTF-8)
 # file(STRINGS) drops empty lines; read the whole text instead for the comparison.
 file(READ "${TRANSCRIPT}" expected)
 

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <sstream>
 
 namespace Ervom {
 
@@ -126,6 +127,20 @@ void ConfigureLogging(const CommonOptions& options)
     }
 }
 
+std::string OptionsText(const po::options_description& options)
+{
+    std::ostringstream text;
+    text << options;
+    std::string result;
+    std::istringstream lines(text.str());
+    for (std::string line; std::getline(lines, line);) {
+        while (!line.empty() && line.back() == ' ')
+            line.pop_back();
+        result.append(line).append("\n");
+    }
+    return result;
+}
+
 // Command parsing -----------------------------------------------------------------------------
 
 std::vector<po::option> NegativeNumbersArePositional(std::vector<std::string>& args)
@@ -154,9 +169,9 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
         std::ostream& out = *invocation.out;
         out << "Usage: " << help.usage << "\n\n" << help.about << "\n\n";
         if (!visible.options().empty())
-            out << visible << '\n';
+            out << OptionsText(visible) << '\n';
         CommonOptions unused;
-        out << CommonOptionsDescription(unused) << "\nExamples:\n" << help.examples;
+        out << OptionsText(CommonOptionsDescription(unused)) << "\nExamples:\n" << help.examples;
         return false;
     }
     po::options_description all;

@@ -86,6 +86,9 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
                   const po::options_description& hidden, const po::positional_options_description& positional,
                   po::variables_map& values);
 
+// The options' help as Boost lays it out, without the blanks it leaves at the ends of lines.
+std::string OptionsText(const po::options_description& options);
+
 // Tokens like "-5" or "-.5" are values, not options (a negative temperature, a count).
 std::vector<po::option> NegativeNumbersArePositional(std::vector<std::string>& args);
 

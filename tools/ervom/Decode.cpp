@@ -36,7 +36,7 @@ const CommandHelp Help = {
     "Exit status 1 when a value (or any line of a batch) was not decoded.",
     "  ervom decode 9.001 0C 1A                 temperature: 21 (ivtFloat)\n"
     "  ervom decode 1.001 01                    switch: true\n"
-    "  ervom decode 10.001 2C 1E 00             time of day: Tuesday 12:30:00\n"
+    "  ervom decode 10.001 2C 1E 00             time of day: Monday 12:30:00\n"
     "  ervom decode --by-number 7.001 FF FF     through the direct mapping\n"
     "  ervom decode --bits 4 3.007 09           dimming step with an explicit size\n"
     "  ervom decode --batch tools/samples/capture.txt\n"

@@ -97,9 +97,10 @@ int RunDpts(const Invocation& invocation)
 
     Erv::KnxValueConverter converter;
     converter.Init();
-    Table table(*invocation.out, invocation.common.format,
-                {{"DPT", 0}, {"bits", 0}, {"type", 0}, {"sub type", 0}, {"converter", 0}, {"range", 0}}, false);
+    const std::vector<Table::Column> columns = {{"DPT", 0},      {"bits", 0},      {"type", 0},
+                                                {"sub type", 0}, {"converter", 0}, {"range", 0}};
     if (args.empty()) {
+        Table table(*invocation.out, invocation.common.format, columns, false);
         converter.GetMap().ForEach([&table](const Erv::DptValueEntry& entry) { AddRow(table, entry); });
         return ExitSuccess;
     }
@@ -111,6 +112,7 @@ int RunDpts(const Invocation& invocation)
                         << invocation.messages->Joined("the library has no entry for this DPT") << '\n';
         return ExitRefused;
     }
+    Table table(*invocation.out, invocation.common.format, columns, false);
     AddRow(table, entry);
     return ExitSuccess;
 }

@@ -30,7 +30,7 @@ const CommandHelp Help = {
     "  ervom encode 10.001 Tue 12:30:00          time of day with weekday\n"
     "  ervom encode 16.001 Hello world           14-byte text\n"
     "  ervom encode 19.001 2024-03-01 12:00:00   date and time\n"
-    "  ervom encode 3.007 --serialized 6:9       a dimming step as the byte its converter takes\n"
+    "  ervom encode --by-number 3.007 11         a dimming step (the DPT table takes none)\n"
     "  ervom encode --by-number 7.001 70000      clamped by the direct mapping (see --log-level WARN)\n"
     "  ervom encode 0 --serialized 10:Hi --bits 8\n"};
 

@@ -261,7 +261,7 @@ int ExplainId(const Invocation& invocation, const std::vector<std::string>& args
         .Add("id", std::to_string(id))
         .Add("kind", explanation.kind)
         .Add("logical device", own ? std::to_string(own->Get()) : "none")
-        .Add("asked as device", device ? std::to_string(device->Get()) : "none")
+        .Add("asked with device", device ? std::to_string(device->Get()) : "none")
         .Add("type", explanation.type)
         .Add("number", explanation.number)
         .Add("channel id", explanation.channel)

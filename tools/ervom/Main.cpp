@@ -38,7 +38,7 @@ void PrintOverview(std::ostream& out)
             << '\n';
     CommonOptions unused;
     out << '\n'
-        << CommonOptionsDescription(unused)
+        << OptionsText(CommonOptionsDescription(unused))
         << "\nExit status: 0 success, 1 the library refused the input (or does not know the DPT),\n"
            "2 a usage error.\n"
            "Run 'ervom COMMAND --help' for a command's options and examples.\n";
