@@ -1,7 +1,7 @@
 # Entry points for people and CI. CMake does the real work; this file only installs what is
 # missing, configures each build tree once and runs the result.
 #
-#   make run     build the sample program and run it (the main job)
+#   make run     build ervom and run it on the sample capture (the main job)
 #   make test    build everything with warnings as errors and run the test suite
 #   make asan    the test suite built with AddressSanitizer and UBSan
 #   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
@@ -31,14 +31,18 @@ BUILD_RELEASE ?= build-release
 HOST_ARGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_WERROR=ON
 # Unoptimised: compiles faster, and the sanitizers see every access as written.
 ASAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=address,undefined \
-  -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+  -DERV_BUILD_BENCHMARKS=OFF
 ARMHF_ARGS := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
 RELEASE_ARGS := -DCMAKE_BUILD_TYPE=Release -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF
 
-# What `make run` builds and runs; the command-line tool on a shipped sample goes here later.
-RUN_TARGET ?= ervom_samples
-RUN_COMMAND ?= $(BUILD)/tools/ervom_samples
+# What `make run` builds and runs: ervom on the shipped capture (which holds refused telegrams on
+# purpose, hence exit status 1 is expected), the start of the DPT table and one object id.
+ERVOM := $(BUILD)/tools/ervom
+RUN_TARGET ?= ervom
+RUN_COMMAND ?= $(ERVOM) decode --batch tools/samples/capture.txt || [ $$? -eq 1 ]; \
+  echo; $(ERVOM) dpts | head; \
+  echo; $(ERVOM) id explain 100101
 
 BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 
