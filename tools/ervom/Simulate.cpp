@@ -29,12 +29,12 @@ const CommandHelp Help = {
     "Runs blocking requests through the library's request engine against a simulated device stack\n"
     "that answers from its own thread after --latency, drops or fails answers by chance, and counts\n"
     "what comes back. The caller threads take turns at set value, get value, generic request and\n"
-    "set configuration; a configuration request stays relevant for --relevance milliseconds (always\n"
-    "when not given), and Ctrl-C makes every waiting request irrelevant and ends the run early with\n"
-    "its summary (exit status 130). On a terminal a progress\n"
-    "line runs on standard error. The summary counts the requests answered valid, answered with an\n"
-    "error, abandoned (no longer relevant) and out of retries, the attempts the device stack saw,\n"
-    "the median and 99th percentile latency of a blocking call, and the requests per second.",
+    "set configuration; a configuration request stays relevant for --relevance milliseconds (until\n"
+    "it ends when not given). Ctrl-C makes every waiting request irrelevant and ends the run early\n"
+    "with its summary (exit status 130). On a terminal a progress line runs on standard error.\n"
+    "The summary counts the requests answered valid, answered with an error, abandoned (no longer\n"
+    "relevant) and out of retries, the attempts the device stack saw, the median and 99th\n"
+    "percentile latency of a blocking call, and the requests per second.",
     "  ervom simulate\n"
     "  ervom simulate --threads 8 --requests 10000 --latency 0-3 --drop 10 --error 10\n"
     "  ervom simulate --drop 100 --timeout 5 --retries 2 --requests 10\n"
