@@ -67,6 +67,7 @@ std::string LibraryMessages::Joined(const char* fallback) const
 po::options_description CommonOptionsDescription(CommonOptions& options)
 {
     po::options_description common("Common options");
+    // clang-format off
     common.add_options()
         ("help,h", "show this help")
         ("format", po::value<std::string>()->value_name("human|tsv")->notifier([&options](const std::string& f) {
@@ -82,6 +83,7 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
          "show the library's log lines from LEVEL up on standard error: TRACE, DEBUG, INFO, WARN, ERROR")
         ("log-config", po::value(&options.logConfig)->value_name("FILE"),
          "configure log4cplus from a properties file");
+    // clang-format on
     return common;
 }
 

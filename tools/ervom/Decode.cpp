@@ -212,7 +212,8 @@ public:
         for (;;) {
             const char* begin = m_buffer.data() + m_start;
             const char* end = m_buffer.data() + m_end;
-            const char* newline = static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
+            const char* newline =
+                static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
             if (newline) {
                 line = std::string_view(begin, static_cast<std::size_t>(newline - begin));
                 m_start = static_cast<std::size_t>(newline - m_buffer.data()) + 1;
@@ -277,10 +278,12 @@ int DecodeBatch(const Invocation& invocation, Decoder& decoder, const std::vecto
     }
 
     const Format format = invocation.common.format;
+    // clang-format off
     Table table(*invocation.out, format,
                 {{"line", 4}, {"DPT", 7}, {"bits", 4}, {"bytes", 8}, {"result", 7}, {"type", 10},
                  {"value", 10}, {"serialized", 12}, {"message", 0}},
                 true);
+    // clang-format on
     unsigned long counts[3] = {0, 0, 0};
     unsigned long unread = 0;
     unsigned long lineNumber = 0;
@@ -302,7 +305,8 @@ int DecodeBatch(const Invocation& invocation, Decoder& decoder, const std::vecto
 
         const auto blank = content.find_first_of(" \t");
         const std::string_view dptText = content.substr(0, blank);
-        const std::string_view hexText = blank == std::string_view::npos ? std::string_view() : content.substr(blank + 1);
+        const std::string_view hexText =
+            blank == std::string_view::npos ? std::string_view() : content.substr(blank + 1);
         DptText dpt;
         bytes.clear();
         if (!ParseDpt(dptText, dpt, error) || !ParseHex(hexText, bytes, error)) {
@@ -328,8 +332,8 @@ int DecodeBatch(const Invocation& invocation, Decoder& decoder, const std::vecto
             << counts[static_cast<int>(Outcome::Refused)] << " refused, " << counts[static_cast<int>(Outcome::Unknown)]
             << " unknown DPT, " << unread << " unread\n";
     if (timing)
-        *invocation.err << total << " telegrams in " << seconds << " s: "
-                        << static_cast<unsigned long>(seconds > 0 ? total / seconds : 0) << " lines/s\n";
+        *invocation.err << total << " telegrams in " << seconds
+                        << " s: " << static_cast<unsigned long>(seconds > 0 ? total / seconds : 0) << " lines/s\n";
     return decodedCount == total ? ExitSuccess : ExitRefused;
 }
 
@@ -342,12 +346,14 @@ int RunDecode(const Invocation& invocation)
     bool timing = false;
     unsigned bits = 0;
     po::options_description visible("Options");
+    // clang-format off
     visible.add_options()
         ("batch", po::bool_switch(&batch), "decode every line of FILE (or standard input)")
         ("by-number", po::bool_switch(&byNumber), "use the direct mapping by DPT number instead of the DPT table")
         ("bits", po::value(&bits)->value_name("N"), "the group value's size in bits (default: the DPT's size "
                                                      "where the bytes hold it, else 8 per byte)")
         ("timing", po::bool_switch(&timing), "with --batch: print the lines per second on standard error");
+    // clang-format on
     po::options_description hidden;
     hidden.add_options()("args", po::value<std::vector<std::string>>());
     po::positional_options_description positional;

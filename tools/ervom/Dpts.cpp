@@ -24,9 +24,11 @@ const CommandHelp Help = {
     "  ervom --format tsv dpts | cut -f1,3\n"};
 
 template <class Converter, class = void>
-struct HasRange : std::false_type {};
+struct HasRange : std::false_type {
+};
 template <class Converter>
-struct HasRange<Converter, std::void_t<decltype(std::declval<const Converter&>().GetRange())>> : std::true_type {};
+struct HasRange<Converter, std::void_t<decltype(std::declval<const Converter&>().GetRange())>> : std::true_type {
+};
 
 struct Description {
     std::string converter;

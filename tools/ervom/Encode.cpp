@@ -134,10 +134,12 @@ int RunEncode(const Invocation& invocation)
     bool serialized = false;
     unsigned bits = 0;
     po::options_description visible("Options");
+    // clang-format off
     visible.add_options()
         ("by-number", po::bool_switch(&byNumber), "use the direct mapping by DPT number instead of the DPT table")
         ("serialized", po::bool_switch(&serialized), "VALUE is a serialised value, e.g. 3:21.5")
         ("bits", po::value(&bits)->value_name("N"), "with DPT 0: the size the library chooses the DPT for");
+    // clang-format on
     po::options_description hidden;
     hidden.add_options()("args", po::value<std::vector<std::string>>());
     po::positional_options_description positional;

@@ -99,8 +99,8 @@ int main(int argc, char** argv)
         PrintOverview(std::cerr);
         return ExitUsage;
     }
-    const auto command = std::find_if(std::begin(Commands), std::end(Commands),
-                                      [&](const Command& c) { return commandName == c.name; });
+    const auto command =
+        std::find_if(std::begin(Commands), std::end(Commands), [&](const Command& c) { return commandName == c.name; });
     if (command == std::end(Commands))
         return UsageFailure("", "unknown command '" + commandName + "'");
 

@@ -102,9 +102,9 @@ void Caller(Erv::DscAsyncRequestMessenger& engine, const Settings& settings, uns
         bool abandoned = false;
         const Clock::time_point start = Clock::now();
         const auto relevant = [&abandoned, &settings, start] {
-            const bool expired = settings.relevance >= 0 &&
-                                 std::chrono::duration<double, std::milli>(Clock::now() - start).count() >
-                                     settings.relevance;
+            const bool expired =
+                settings.relevance >= 0 &&
+                std::chrono::duration<double, std::milli>(Clock::now() - start).count() > settings.relevance;
             const bool stillRelevant = !g_interrupted && !expired;
             abandoned = abandoned || !stillRelevant;
             return stillRelevant;
@@ -154,6 +154,7 @@ int RunSimulate(const Invocation& invocation)
     std::string error = "0";
     std::string relevance;
     po::options_description visible("Options");
+    // clang-format off
     visible.add_options()
         ("threads", po::value(&settings.threads)->value_name("N"), "caller threads (default 4)")
         ("requests", po::value(&settings.requests)->value_name("N"), "blocking requests in all (default 1000)")
@@ -166,6 +167,7 @@ int RunSimulate(const Invocation& invocation)
         ("relevance", po::value(&relevance)->value_name("MS"),
          "how long a configuration request stays relevant (default: until it ends)")
         ("seed", po::value(&settings.seed)->value_name("N"), "seed of the device stack's chances (default 1)");
+    // clang-format on
     po::options_description hidden;
     po::positional_options_description positional;
     po::variables_map values;
@@ -176,7 +178,8 @@ int RunSimulate(const Invocation& invocation)
         throw UsageError("--threads must be 1 to 256");
     const auto dash = latency.find('-', 1);
     settings.latencyMin = ReadDouble(latency.substr(0, dash), "latency");
-    settings.latencyMax = dash == std::string::npos ? settings.latencyMin : ReadDouble(latency.substr(dash + 1), "latency");
+    settings.latencyMax =
+        dash == std::string::npos ? settings.latencyMin : ReadDouble(latency.substr(dash + 1), "latency");
     if (settings.latencyMax < settings.latencyMin)
         throw UsageError("--latency MIN-MAX needs MIN <= MAX");
     settings.drop = ReadPercent(drop, "drop");
@@ -208,7 +211,8 @@ int RunSimulate(const Invocation& invocation)
     std::vector<std::thread> callers;
     const auto start = std::chrono::steady_clock::now();
     for (unsigned t = 0; t < settings.threads; ++t) {
-        const unsigned share = settings.requests / settings.threads + (t < settings.requests % settings.threads ? 1 : 0);
+        const unsigned share =
+            settings.requests / settings.threads + (t < settings.requests % settings.threads ? 1 : 0);
         callers.emplace_back(Caller, std::ref(engine), std::cref(settings), t, share, std::ref(done),
                              std::ref(tallies[t]));
     }
@@ -219,8 +223,7 @@ int RunSimulate(const Invocation& invocation)
     if (progress) {
         reporter = std::thread([&] {
             while (!finished) {
-                const double seconds =
-                    std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+                const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
                 std::fprintf(stderr, "\r%lu/%u requests, %.1f s", done.load(), settings.requests, seconds);
                 std::fflush(stderr);
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
