@@ -14,6 +14,7 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <unordered_map>
 
 namespace Ervom {
 
@@ -77,8 +78,12 @@ public:
 
     void Decode(const DptText& text, const std::vector<unsigned char>& bytes, Decoded& out)
     {
-        out = Decoded();
-        out.dpt = ToString(text.ToKnxDpt(0));
+        // Field by field, so that a batch reuses the strings' storage line after line.
+        out.outcome = Outcome::Refused;
+        out.bits = 0;
+        for (std::string* field : {&out.bytes, &out.type, &out.subType, &out.value, &out.serialized, &out.message})
+            field->clear();
+        out.dpt = DptName(text.main, text.sub);
         m_messages.Clear();
         try {
             const unsigned bits = m_bits != 0 ? m_bits : DefaultBits(text.main, bytes.size());
@@ -97,6 +102,16 @@ public:
     }
 
 private:
+    // The platform's name of a DPT, remembered: a capture names the same few DPTs again and again.
+    const std::string& DptName(std::uint16_t main, std::uint16_t sub)
+    {
+        const std::uint32_t key = std::uint32_t{main} << 16 | sub;
+        auto found = m_dptNames.find(key);
+        if (found == m_dptNames.end())
+            found = m_dptNames.emplace(key, ToString(KNXDPT{0, main, sub})).first;
+        return found->second;
+    }
+
     // The size the DPT carries on the bus when the bytes hold exactly that (1 bit in one byte);
     // otherwise every byte counts.
     static unsigned DefaultBits(std::uint16_t main, std::size_t byteCount)
@@ -162,6 +177,7 @@ private:
     }
 
     Erv::KnxValueConverter m_converter;
+    std::unordered_map<std::uint32_t, std::string> m_dptNames;
     bool m_byNumber;
     unsigned m_bits; // 0: the DPT's own size
     LibraryMessages& m_messages;

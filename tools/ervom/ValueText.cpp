@@ -63,8 +63,10 @@ bool ParseDpt(std::string_view text, DptText& dpt, std::string& error)
 {
     std::uint16_t main = 0;
     std::uint16_t sub = 0;
-    const std::string lower = Lower(text);
-    std::string_view rest(lower);
+    // Captures are mostly "9.001"; only the ETS spellings need their letters folded.
+    const bool digitFirst = !text.empty() && text.front() >= '0' && text.front() <= '9';
+    const std::string lower = digitFirst ? std::string() : Lower(text);
+    std::string_view rest = digitFirst ? text : std::string_view(lower);
     // ETS writes "DPST-9-1" for a sub type and "DPT-9" for a main type.
     if (rest.substr(0, 5) == "dpst-") {
         rest.remove_prefix(5);
