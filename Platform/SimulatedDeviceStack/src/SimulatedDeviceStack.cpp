@@ -111,6 +111,20 @@ bool SimulatedDeviceStack::ReleaseHeldAnswer(const std::string& requestId)
     return found;
 }
 
+void SimulatedDeviceStack::InjectAnswer(Callback callback, const std::string& requestId, const std::string& text,
+                                        const boost::optional<Error>& error)
+{
+    Answer answer;
+    answer.callback = callback;
+    answer.requestId = requestId;
+    answer.text = text;
+    answer.error = error;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_scheduled.emplace(Clock::now(), std::move(answer));
+    lock.unlock();
+    m_changed.notify_all();
+}
+
 void SimulatedDeviceStack::WaitUntilQuiet()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
@@ -385,6 +399,9 @@ bool SimulatedDeviceStack::Deliver(const Answer& answer)
         break;
     case Callback::RegisterApplication:
         m_handler->OnRegisterApplication(m_context, answer.requestId, error);
+        break;
+    case Callback::GetConfiguration:
+        m_handler->OnGetConfiguration(m_context, answer.requestId, answer.text, error);
         break;
     case Callback::SetConfiguration:
         m_handler->OnSetConfiguration(m_context, answer.requestId, error);

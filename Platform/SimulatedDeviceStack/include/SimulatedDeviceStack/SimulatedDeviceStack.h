@@ -80,6 +80,9 @@ public:
         Error errorAnswer;
     };
 
+    // The handler callback an answer arrives through.
+    enum class Callback { Response, RegisterApplication, GetConfiguration, SetConfiguration, GetValue, SetValue };
+
     explicit SimulatedDeviceStack(std::uint32_t seed = 1);
     ~SimulatedDeviceStack() override;
     SimulatedDeviceStack(const SimulatedDeviceStack&) = delete;
@@ -101,6 +104,11 @@ public:
     std::size_t ReleaseHeldAnswers();
     // Only the answers held for this request id; false when there were none.
     bool ReleaseHeldAnswer(const std::string& requestId);
+    // Delivers an answer that no request asked for, at once: for an id nobody waits for, or through
+    // a callback that no request here is answered with (GetConfiguration). `text` is the response,
+    // the configuration or the value; the object id of a value answer is 0.
+    void InjectAnswer(Callback callback, const std::string& requestId, const std::string& text,
+                      const boost::optional<Error>& error = boost::none);
     // Blocks until no answer is scheduled or being delivered (held and dropped ones do not count).
     void WaitUntilQuiet();
 
@@ -132,8 +140,6 @@ public:
     void SetResponseHandler(IResponseHandler* handler, void* context) override;
 
 private:
-    enum class Callback { Response, RegisterApplication, SetConfiguration, GetValue, SetValue };
-
     struct Answer {
         Callback callback = Callback::Response;
         std::string requestId;
