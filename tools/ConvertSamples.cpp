@@ -1,5 +1,6 @@
 // Converts a few sample values with the converters that exist and prints what goes on the bus
 // and what comes back.
+#include "ErvLogging/Logging.h"
 #include "ErvObjectModel/KnxConverter.h"
 
 #include <log4cplus/consoleappender.h>
@@ -25,7 +26,9 @@ void Show(const Sample& sample)
         std::cout << "  refused (see the log line above)\n\n";
         return;
     }
+    // The value map sets the type before its converter fills the field; do the same here.
     AVOVALUE back;
+    back.ivt = sample.value.ivt;
     const bool decoded = sample.converter.FromKnxValue(sample.dpt, bus, back);
     std::cout << "  bus   " << bus << "\n  back  " << (decoded ? back : AVOVALUE()) << "\n\n";
 }
@@ -35,7 +38,7 @@ void Show(const Sample& sample)
 int main()
 {
     log4cplus::Logger& logger = Erv::GetGlobalDefaultLogger();
-    log4cplus::SharedAppenderPtr console(new log4cplus::ConsoleAppender(true));
+    log4cplus::SharedAppenderPtr console(new log4cplus::ConsoleAppender(false));
     console->setLayout(std::make_unique<log4cplus::PatternLayout>("  log %-5p %m%n"));
     logger.addAppender(console);
     logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);

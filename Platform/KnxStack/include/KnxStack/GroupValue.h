@@ -18,6 +18,7 @@
 #include "KnxStack/BinaryData.h"
 #include "KnxStack/GroupValueException.h"
 
+#include <iosfwd>
 #include <string>
 
 namespace KnxStack {
