@@ -110,6 +110,8 @@ struct OperationCase {
     std::string reply;
 };
 
+void PrintTo(const OperationCase& c, std::ostream* os) { *os << c.name; }
+
 class AnsweredOperation : public ::testing::TestWithParam<OperationCase> {};
 
 TEST_P(AnsweredOperation, ReturnsTheAnswerFiledUnderItsRequestId)
@@ -158,6 +160,8 @@ struct CallbackCase {
     std::string errorTail;
     std::string filed;
 };
+
+void PrintTo(const CallbackCase& c, std::ostream* os) { *os << c.name; }
 
 class AnswerThrough : public ::testing::TestWithParam<std::tuple<CallbackCase, bool>> {};
 
@@ -270,6 +274,8 @@ struct RetryCase {
     std::vector<LogLine> lines;
 };
 
+void PrintTo(const RetryCase& c, std::ostream* os) { *os << c.name; }
+
 class Retries : public ::testing::TestWithParam<RetryCase> {};
 
 TEST_P(Retries, EveryAttemptCountsAndTheCountIsKept)
@@ -319,6 +325,8 @@ struct TimeoutCase {
     std::string waited;  // as the wait reports it
     std::string printed; // as the retry loop reports it
 };
+
+void PrintTo(const TimeoutCase& c, std::ostream* os) { *os << c.name; }
 
 class Timeouts : public ::testing::TestWithParam<TimeoutCase> {};
 

@@ -153,6 +153,8 @@ struct SerialisedCase {
     AVOVALUE value;
 };
 
+void PrintTo(const SerialisedCase& c, std::ostream* os) { *os << c.name; }
+
 class SerialisedValue : public ::testing::TestWithParam<std::tuple<SerialisedCase, bool>> {};
 
 // Anything but a NaN float is the value library's own text, in the format that is switched on.
