@@ -35,26 +35,16 @@ const pt::time_duration Short = pt::milliseconds(50);
 // Only a fault waits this long.
 const pt::time_duration Ample = pt::seconds(10);
 
-Fate Dropped()
+// A fate with one of its flags set, e.g. With(&Fate::drop).
+Fate With(bool Fate::*flag)
 {
     Fate fate;
-    fate.drop = true;
+    fate.*flag = true;
     return fate;
 }
-
-Fate Held()
-{
-    Fate fate;
-    fate.hold = true;
-    return fate;
-}
-
-Fate Refused()
-{
-    Fate fate;
-    fate.refuse = true;
-    return fate;
-}
+const Fate Dropped = With(&Fate::drop);
+const Fate Held = With(&Fate::hold);
+const Fate Refused = With(&Fate::refuse);
 
 std::string Text(const AVOVALUE& value)
 {
@@ -82,18 +72,12 @@ std::future<Erv::Docket> InBackground(std::function<Erv::Docket()> call)
     return std::async(std::launch::async, std::move(call));
 }
 
-TEST(Docket, DefaultSaysNothingCame)
+TEST(Docket, DefaultSaysNothingCameAndContentIsReplacedAsAWhole)
 {
-    const Erv::Docket docket;
-    EXPECT_FALSE(docket.IsAnswered());
-    EXPECT_FALSE(docket.IsReplyValid());
-    EXPECT_EQ(docket.ReadReply(), "");
-    EXPECT_EQ(docket.ReadDeliveryError(), "");
-}
-
-TEST(Docket, SetContentReplacesEverything)
-{
-    Erv::Docket docket("old", "", true, true);
+    Erv::Docket docket;
+    EXPECT_FALSE(docket.IsAnswered() || docket.IsReplyValid());
+    EXPECT_EQ(docket.ReadReply() + docket.ReadDeliveryError(), "");
+    docket.SetContent("old", "", true, true);
     const Erv::Docket copy = docket;
     docket.SetContent("", "refused", false, true);
     EXPECT_EQ(docket.ReadReply(), "");
@@ -171,12 +155,12 @@ TEST_P(AnswerThrough, FillsTheWaitingDocket)
 {
     const auto& [testCase, withError] = GetParam();
     Rig rig;
-    rig.stack.ScriptNext(Held());
+    rig.stack.ScriptNext(Held);
     auto docket = InBackground([&] { return rig.engine.Request("ping", Ample); });
     ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
     LogCapture log;
-    rig.stack.InjectAnswer(testCase.callback, "req-1", testCase.text,
-                           withError ? boost::make_optional(Stack::Error{7, "first", "second", "denied"}) : boost::none);
+    const Stack::Error denied{7, "first", "second", "denied"};
+    rig.stack.InjectAnswer(testCase.callback, "req-1", testCase.text, boost::make_optional(withError, denied));
 
     const Erv::Docket result = docket.get();
     EXPECT_TRUE(result.IsAnswered());
@@ -184,7 +168,8 @@ TEST_P(AnswerThrough, FillsTheWaitingDocket)
     EXPECT_EQ(result.ReadReply(), testCase.filed);
     EXPECT_EQ(result.ReadDeliveryError(), withError ? "denied" : "");
     if (withError)
-        EXPECT_THAT(log.Lines(), ElementsAre(Error("LUM error for request req-1: 7; first; second" + testCase.errorTail)));
+        EXPECT_THAT(log.Lines(),
+                    ElementsAre(Error("LUM error for request req-1: 7; first; second" + testCase.errorTail)));
     else
         EXPECT_THAT(log.Lines(), IsEmpty());
 }
@@ -304,14 +289,14 @@ LogLine TimedOut(const std::string& id)
 INSTANTIATE_TEST_SUITE_P(
     Counts, Retries,
     ::testing::Values(
-        RetryCase{"NoRetryMeansOneAttempt", 0, {Dropped()}, 1, false,
+        RetryCase{"NoRetryMeansOneAttempt", 0, {Dropped}, 1, false,
                   {TimedOut("req-1"), NoAnswer("req-1"), Error("Maximum number of retries (0) reached.")}},
-        RetryCase{"AllAttemptsUsed", 2, {Dropped(), Dropped(), Dropped()}, 3, false,
+        RetryCase{"AllAttemptsUsed", 2, {Dropped, Dropped, Dropped}, 3, false,
                   {TimedOut("req-1"), NoAnswer("req-1"), TimedOut("req-2"), NoAnswer("req-2"), TimedOut("req-3"),
                    NoAnswer("req-3"), Error("Maximum number of retries (2) reached.")}},
-        RetryCase{"AnsweredOnTheLastAttempt", 2, {Dropped(), Refused()}, 3, true,
+        RetryCase{"AnsweredOnTheLastAttempt", 2, {Dropped, Refused}, 3, true,
                   {TimedOut("req-1"), NoAnswer("req-1"), Error("Request ID is empty, retrying")}},
-        RetryCase{"EmptyIdsCountAsAttempts", 1, {Refused(), Refused()}, 2, false,
+        RetryCase{"EmptyIdsCountAsAttempts", 1, {Refused, Refused}, 2, false,
                   {Error("Request ID is empty, retrying"), Error("Request ID is empty, retrying"),
                    Error("Maximum number of retries (1) reached.")}},
         // maxRetries + 1 wraps to zero attempts.
@@ -333,7 +318,7 @@ class Timeouts : public ::testing::TestWithParam<TimeoutCase> {};
 TEST_P(Timeouts, ZeroMeansTheDefaultAndTheLoopPrintsWhatItWasGiven)
 {
     Rig rig(Short, 0);
-    rig.stack.ScriptNext(Dropped());
+    rig.stack.ScriptNext(Dropped);
     LogCapture log;
     EXPECT_FALSE(GetParam().call(rig.engine).IsAnswered());
     EXPECT_THAT(log.Lines(),
@@ -365,7 +350,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Engine, RequestNoLongerRelevantFromTheStartIsSentOnceAndAbandoned)
 {
     Rig rig(Short, 3);
-    rig.stack.ScriptNext(Dropped());
+    rig.stack.ScriptNext(Dropped);
     LogCapture log;
     const Erv::Docket docket = rig.engine.SetConfiguration("<c/>", Short, [] { return false; });
     EXPECT_FALSE(docket.IsAnswered());
@@ -381,8 +366,9 @@ TEST(Engine, RequestThatLosesRelevanceGivesUpAtTheNextWakeUp)
 {
     Rig rig(Ample, 3);
     std::atomic<bool> relevant{true};
-    rig.stack.ScriptNext(Held());
-    auto abandoned = InBackground([&] { return rig.engine.SetConfiguration("<c/>", Ample, [&] { return relevant.load(); }); });
+    rig.stack.ScriptNext(Held);
+    auto abandoned =
+        InBackground([&] { return rig.engine.SetConfiguration("<c/>", Ample, [&] { return relevant.load(); }); });
     ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
     LogCapture log;
     relevant = false;
@@ -393,13 +379,14 @@ TEST(Engine, RequestThatLosesRelevanceGivesUpAtTheNextWakeUp)
     EXPECT_EQ(rig.stack.RequestCount(), 2u);
     EXPECT_THAT(log.Lines(), ElementsAre(Info("Aborted a LUM request because its result is no longer relevant"),
                                          Warn("Timeout (00:00:10) occured for request ID 'req-1'")));
-    EXPECT_THAT(log.AllLines(), Contains(Debug("returned from waiting for response with ID 'req-1': !isStillRelevant")));
+    EXPECT_THAT(log.AllLines(),
+                Contains(Debug("returned from waiting for response with ID 'req-1': !isStillRelevant")));
 }
 
 TEST(Engine, AnswerAfterTheWaiterGaveUpFindsNoDocket)
 {
     Rig rig(Short, 0);
-    rig.stack.ScriptNext(Held());
+    rig.stack.ScriptNext(Held);
     EXPECT_FALSE(rig.engine.SetValue(5, AVOVALUE::Byte(1), true).IsAnswered());
     LogCapture log;
     EXPECT_EQ(rig.stack.ReleaseHeldAnswers(), 1u);
@@ -425,7 +412,7 @@ TEST(Engine, ResponseForAnUnknownIdIsLoggedAndDropped)
 TEST(Engine, DuplicateAnswerChangesNothing)
 {
     Rig rig;
-    Fate twice = Held();
+    Fate twice = Held;
     twice.twice = true;
     rig.stack.ScriptNext(twice);
     auto docket = InBackground([&] { return rig.engine.Request("once", Ample); });
@@ -447,7 +434,7 @@ TEST(Engine, SetValueAndIgnoreResponseSendsWithoutWaiting)
     EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
     rig.stack.ReleaseHeldAnswers();
     rig.stack.WaitUntilQuiet();
-    rig.stack.ScriptNext(Refused());
+    rig.stack.ScriptNext(Refused);
     EXPECT_FALSE(rig.engine.SetValueAndIgnoreResponse(8, AVOVALUE::Word(301), true));
     EXPECT_EQ(rig.stack.StoredValue(8), Text(AVOVALUE::Word(300)));
     EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Request ID is 'req-1'"), Debug("No docket for response ID 'req-1'"),
@@ -470,11 +457,11 @@ TEST(Engine, ReusedIdAndExpiredEntry)
         asked.notify_all();
         return relevant;
     };
-    rig.stack.ScriptNext(Held());
+    rig.stack.ScriptNext(Held);
     auto first = InBackground([&] { return rig.engine.SetConfiguration("first", Ample, firstIsRelevant); });
     ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
 
-    Fate reuse = Dropped();
+    Fate reuse = Dropped;
     reuse.reuseId = true;
     rig.stack.ScriptNext(reuse);
     EXPECT_FALSE(rig.engine.SetConfiguration("second", Ample, [] { return false; }).IsAnswered());

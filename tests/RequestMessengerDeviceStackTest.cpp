@@ -175,13 +175,12 @@ TEST_P(SerialisedValue, IsTheValueLibrarysTextInTheSelectedFormat)
 
 INSTANTIATE_TEST_SUITE_P(
     Values, SerialisedValue,
-    ::testing::Combine(::testing::Values(SerialisedCase{"Float", AVOVALUE::Float(21.5)},
-                                         SerialisedCase{"Infinity", AVOVALUE::Float(-std::numeric_limits<double>::infinity())},
-                                         SerialisedCase{"Bool", AVOVALUE::Bool(true)},
-                                         SerialisedCase{"DWord", AVOVALUE::DWord(4000000000u)},
-                                         SerialisedCase{"Text", AVOVALUE::String("a:b\n")},
-                                         SerialisedCase{"Empty", AVOVALUE()}),
-                       ::testing::Bool()),
+    ::testing::Combine(
+        ::testing::Values(SerialisedCase{"Float", AVOVALUE::Float(21.5)},
+                          SerialisedCase{"Infinity", AVOVALUE::Float(-std::numeric_limits<double>::infinity())},
+                          SerialisedCase{"DWord", AVOVALUE::DWord(4000000000u)},
+                          SerialisedCase{"Text", AVOVALUE::String("a:b\n")}, SerialisedCase{"Empty", AVOVALUE()}),
+        ::testing::Bool()),
     [](const auto& info) {
         return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Internal" : "Default");
     });

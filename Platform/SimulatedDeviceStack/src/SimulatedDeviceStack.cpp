@@ -299,7 +299,8 @@ std::string SimulatedDeviceStack::GetValueAsync(unsigned long id, bool)
             if (value != m_values.end())
                 accepted.text = value->second;
             else
-                accepted.error = Error{2, "GetValue", "unknown object", "object " + std::to_string(id) + " holds no value"};
+                accepted.error =
+                    Error{2, "GetValue", "unknown object", "object " + std::to_string(id) + " holds no value"};
         });
 }
 
