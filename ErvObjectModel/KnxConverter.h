@@ -31,11 +31,11 @@ public:
     External GetExternalMax() const { return m_externalMax; }
     double GetScaleFactor() const { return m_scaleFactor; }
 
-    // internalMin <= value <= internalMax, both inclusive.
+    // internalMin <= value <= internalMax, both inclusive; a NaN is outside.
     template <class T>
     bool Contains(T value) const
     {
-        return !(value < m_internalMin) && !(m_internalMax < value);
+        return m_internalMin <= value && value <= m_internalMax;
     }
 
 protected:

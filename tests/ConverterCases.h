@@ -56,14 +56,38 @@ inline void RunToKnx(const ToKnxCase& c)
     EXPECT_EQ(log.Lines(), c.lines);
 }
 
-inline void RunFromKnx(const FromKnxCase& c)
+inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
 {
     LogCapture log;
     AVOVALUE out = c.before;
     KNXDPT dpt = c.dpt;
     EXPECT_EQ(c.converter->FromKnxValue(dpt, c.bus, out), c.ok);
     EXPECT_EQ(out, c.after) << "got " << out;
+    if (compareSlot) {
+        EXPECT_EQ(out.GetSlotBits(), c.after.GetSlotBits()) << "got " << out;
+    }
     EXPECT_EQ(log.Lines(), c.lines);
+}
+
+// RunFromKnx, and the numeric slot must match bit for bit too: for converters that write the
+// slot but leave the type, or set a type without touching the slot. operator== compares only the
+// field that the type uses, so it misses a slot written under ivtEmpty or kept under ivtInvalid.
+inline void RunFromKnxSlotExact(const FromKnxCase& c) { RunFromKnx(c, true); }
+
+// A group value that the converter's accessor cannot take (KnxStack::GroupValueException): false,
+// one ERROR line, and the value handed in comes back as it was.
+inline void RunUnfitGroupValue(const Erv::KnxConverter& converter, const KNXDPT& dpt, const KnxStack::GroupValue& bus)
+{
+    LogCapture log;
+    const AVOVALUE before = AVOVALUE::Integer(42);
+    AVOVALUE out = before;
+    EXPECT_FALSE(converter.FromKnxValue(dpt, bus, out));
+    EXPECT_EQ(out.ivt, before.ivt);
+    EXPECT_EQ(out.GetSlotBits(), before.GetSlotBits());
+    const auto lines = log.Lines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0].level, log4cplus::ERROR_LOG_LEVEL);
+    EXPECT_THAT(lines[0].message, ::testing::StartsWith("Group value access failed: "));
 }
 
 template <class Case>

@@ -1,0 +1,80 @@
+// The ToAvoValue family: constructors of application values that assert the value type their
+// caller expects. A mismatch is a programming error and ends the process; they never convert.
+//
+//   const AVOVALUE level = Erv::ToAvoValue<unsigned char>(brightness, ivtByte);
+//
+// bool -> ivtBool, double and float -> ivtFloat, short and long -> ivtInteger (32 bits), unsigned
+// char -> ivtByte, unsigned short -> ivtWord, unsigned long -> ivtDWord (32 bits), std::string ->
+// ivtString (valid UTF-8 only), ErvApp::TimeOfDay -> ivtDayTime, ptime -> the caller's type.
+#pragma once
+
+#include "AvoValue/AvoValue.h"
+#include "AvoValue/TimeOfDay.h"
+#include "ErvLogging/Assert.h"
+#include "ErvObjectModel/TimeOfDay.h"
+
+#include <boost/date_time/posix_time/ptime.hpp>
+#include <utf8.h>
+
+#include <string>
+
+namespace Erv {
+namespace detail {
+template <class T>
+struct TypedAvoValue; // specialised below for each argument type; no other type compiles
+} // namespace detail
+
+// The failure records name lines 32, 38 and 62 of this file; hosts search their logs for them.
+template <class T>
+AVOVALUE ToAvoValue(const T& value, AvoValueType expectedType)
+{
+    const AVOVALUE result = detail::TypedAvoValue<T>::Make(value);
+    ERV_ASSERT2(result.ivt == expectedType); // line 32, named by the failure record
+    return result;
+}
+
+inline AVOVALUE ToAvoValue(const std::string& value, AvoValueType expectedType)
+{
+    ERV_ASSERT2(utf8::is_valid(value.begin(), value.end())); // line 38, named by the failure record
+    return ToAvoValue<std::string>(value, expectedType);
+}
+
+namespace detail {
+#define ERV_DETAIL_TYPED_AVO_VALUE(Type, make)                                                                  \
+    template <> struct TypedAvoValue<Type> {                                                                    \
+        static AVOVALUE Make(const Type& v) { return make; }                                                    \
+    }
+ERV_DETAIL_TYPED_AVO_VALUE(bool, AVOVALUE::Bool(v));
+ERV_DETAIL_TYPED_AVO_VALUE(double, AVOVALUE::Float(v));
+ERV_DETAIL_TYPED_AVO_VALUE(float, AVOVALUE::Float(v));
+ERV_DETAIL_TYPED_AVO_VALUE(short, AVOVALUE::Integer(v));
+ERV_DETAIL_TYPED_AVO_VALUE(long, AVOVALUE::Integer(static_cast<std::int32_t>(v))); // cut to 32 bits
+ERV_DETAIL_TYPED_AVO_VALUE(unsigned char, AVOVALUE::Byte(v));
+ERV_DETAIL_TYPED_AVO_VALUE(unsigned short, AVOVALUE::Word(v));
+ERV_DETAIL_TYPED_AVO_VALUE(unsigned long, AVOVALUE::DWord(static_cast<std::uint32_t>(v))); // cut to 32 bits
+ERV_DETAIL_TYPED_AVO_VALUE(std::string, AVOVALUE::String(v));
+#undef ERV_DETAIL_TYPED_AVO_VALUE
+} // namespace detail
+
+// A time of day has no date of its own: it is carried on 2000-01-01, time kind 1, not local.
+inline AVOVALUE ToAvoValue(const ErvApp::TimeOfDay& value, AvoValueType expectedType)
+{
+    ERV_ASSERT2(expectedType == ivtDayTime); // line 62, named by the failure record
+    AVOTIME time;
+    time.SetDateTime(2000, 1, 1, static_cast<unsigned char>(value.GetHour()),
+                     static_cast<unsigned char>(value.GetMinute()), static_cast<unsigned char>(value.GetSecond()),
+                     false);
+    time.weekDays = static_cast<unsigned short>(ErvApp::ToAvoWeekday(value.GetWeekday()));
+    time.timeKind = 1;
+    return AVOVALUE::Time(ivtDayTime, time);
+}
+
+// The time as local calendar time in the AVOTIME part, with the type the caller names (unchecked).
+// A time after 2038-01-19 03:14:07, which a 32-bit time_t cannot hold, or a special time
+// (not-a-date-time, infinities) gives the empty value (ivtEmpty): no error, the caller decides.
+AVOVALUE ToAvoValue(const boost::posix_time::ptime& time, AvoValueType expectedType);
+
+// Out of line, exported from the library.
+extern template AVOVALUE ToAvoValue<unsigned char>(const unsigned char& value, AvoValueType expectedType);
+
+} // namespace Erv
