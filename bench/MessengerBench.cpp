@@ -7,6 +7,8 @@
 // the items per second of BM_MessengerThroughputSlowStack at 4 threads against 1 (goal: 3.5 times).
 #include "ErvObjectModel/DscAsyncRequestMessenger.h"
 
+#include "AllocationCounter.h"
+
 #include "ErvLogging/Logging.h"
 #include "SimulatedDeviceStack/SimulatedDeviceStack.h"
 
@@ -39,11 +41,14 @@ void BM_MessengerSetValue(benchmark::State& state)
 {
     Rig rig(std::chrono::microseconds(0));
     const AVOVALUE value = AVOVALUE::Float(21.5);
+    const auto before = ErvBench::Allocations();
     for (auto _ : state) {
         const Erv::Docket docket = rig.engine.SetValue(42, value, true);
         if (!docket.IsReplyValid())
             state.SkipWithError("unanswered");
     }
+    // Both sides: the engine's and the stack's.
+    state.counters["allocs"] = ErvBench::PerIteration(ErvBench::Allocations() - before);
 }
 BENCHMARK(BM_MessengerSetValue)->UseRealTime();
 
