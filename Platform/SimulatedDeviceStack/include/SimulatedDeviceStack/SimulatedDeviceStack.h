@@ -19,9 +19,10 @@
 // them when it is ready, and watch answers just before they reach the handler.
 //
 // Ownership and threading: owns its worker thread. Every operation may be called from any thread,
-// including from inside a response callback (except the destructor). Answers are handed to the
-// handler one at a time; SetResponseHandler waits for an answer in flight, so once it returns no
-// answer reaches the previous handler. The destructor drops what is still to be answered.
+// also from inside a response callback, except the destructor and the Wait... operations, which
+// would wait for that very callback. Answers are handed to the handler one at a time;
+// SetResponseHandler waits for an answer in flight, so once it returns no answer reaches the
+// previous handler. The destructor drops what is still to be answered.
 #pragma once
 
 #include "DeviceStackClient/IDeviceStackClient.h"
