@@ -169,8 +169,7 @@ boost::optional<Docket> DscAsyncRequestMessenger::WaitForDocket(boost::unique_lo
     // Erased by id, also when the wait is interrupted: a late answer must find nothing.
     BOOST_SCOPE_EXIT_ALL(&) { m_dockets.erase(requestId); };
 
-    const boost::posix_time::time_duration effectiveTimeout =
-        timeout.is_zero() ? m_defaultTimeout : timeout;
+    const boost::posix_time::time_duration effectiveTimeout = timeout.is_zero() ? m_defaultTimeout : timeout;
     if (!WaitForAnswer(lock, requestId, effectiveTimeout, isStillRelevant))
         return boost::none;
     return *docket;
@@ -220,8 +219,8 @@ void DscAsyncRequestMessenger::UpdateDocketList(const std::string& requestId, co
 }
 
 // A macro, so that the line names the callback that got the error.
-#define ERV_LOG_LUM_ERROR(requestId, error, tail)                                                               \
-    ERV_LOG_ERROR("LUM error for request " << (requestId) << ": " << (error).ErrorCode() << "; "                \
+#define ERV_LOG_LUM_ERROR(requestId, error, tail)                                                \
+    ERV_LOG_ERROR("LUM error for request " << (requestId) << ": " << (error).ErrorCode() << "; " \
                                            << (error).ErrorText1() << "; " << (error).ErrorText2() << tail)
 
 void DscAsyncRequestMessenger::OnResponse(void*, const std::string& requestId, const std::string& response,
@@ -256,18 +255,16 @@ void DscAsyncRequestMessenger::OnSetConfiguration(void*, const std::string& requ
     UpdateDocketList(requestId, std::string(), error);
 }
 
-void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, unsigned long id,
-                                          const std::string& urn, const std::string& value,
-                                          const Kelo::IDeviceStackClient::IError& error)
+void DscAsyncRequestMessenger::OnGetValue(void*, const std::string& requestId, unsigned long id, const std::string& urn,
+                                          const std::string& value, const Kelo::IDeviceStackClient::IError& error)
 {
     if (error.ErrorCode() != 0)
         ERV_LOG_LUM_ERROR(requestId, error, "; id: " << id << "; urn: " << urn << "; value: " << value);
     UpdateDocketList(requestId, value, error);
 }
 
-void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, unsigned long id,
-                                          const std::string& urn, const std::string& value,
-                                          const Kelo::IDeviceStackClient::IError& error)
+void DscAsyncRequestMessenger::OnSetValue(void*, const std::string& requestId, unsigned long id, const std::string& urn,
+                                          const std::string& value, const Kelo::IDeviceStackClient::IError& error)
 {
     if (error.ErrorCode() != 0)
         ERV_LOG_LUM_ERROR(requestId, error, "; id: " << id << "; urn: " << urn << "; value: " << value);

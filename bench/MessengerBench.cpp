@@ -105,8 +105,8 @@ void BM_MessengerThroughputSlowStack(benchmark::State& state)
         rig = std::make_unique<Rig>(std::chrono::milliseconds(1));
     const AVOVALUE value = AVOVALUE::Integer(state.thread_index());
     for (auto _ : state) {
-        const Erv::Docket docket = rig->engine.SetValue(100ul + static_cast<unsigned long>(state.thread_index()),
-                                                        value, true);
+        const Erv::Docket docket =
+            rig->engine.SetValue(100ul + static_cast<unsigned long>(state.thread_index()), value, true);
         if (!docket.IsReplyValid())
             state.SkipWithError("unanswered");
     }

@@ -124,8 +124,7 @@ INSTANTIATE_TEST_SUITE_P(
                       },
                       "3:7"},
         OperationCase{"Request", [](Rig& r) { return r.engine.Request("ping", pt::milliseconds(0)); }, "re: ping"},
-        OperationCase{"RegisterApplication", [](Rig& r) { return r.engine.RegisterApplication("app", "1.0", ""); },
-                      ""},
+        OperationCase{"RegisterApplication", [](Rig& r) { return r.engine.RegisterApplication("app", "1.0", ""); }, ""},
         OperationCase{"SetConfiguration",
                       [](Rig& r) { return r.engine.SetConfiguration("<c/>", Short, [] { return true; }); }, ""}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -175,10 +174,9 @@ INSTANTIATE_TEST_SUITE_P(
             CallbackCase{"RegisterApplication", Stack::Callback::RegisterApplication, "unused", "", ""},
             CallbackCase{"GetConfiguration", Stack::Callback::GetConfiguration, "<c/>", "; config: <c/>", "<c/>"},
             CallbackCase{"SetConfiguration", Stack::Callback::SetConfiguration, "unused", "", ""},
-            CallbackCase{"GetValue", Stack::Callback::GetValue, "3:1",
-                         "; id: 0; urn: urn:object:0; value: 3:1", "3:1"},
-            CallbackCase{"SetValue", Stack::Callback::SetValue, "2:true",
-                         "; id: 0; urn: urn:object:0; value: 2:true", "2:true"}),
+            CallbackCase{"GetValue", Stack::Callback::GetValue, "3:1", "; id: 0; urn: urn:object:0; value: 3:1", "3:1"},
+            CallbackCase{"SetValue", Stack::Callback::SetValue, "2:true", "; id: 0; urn: urn:object:0; value: 2:true",
+                         "2:true"}),
         ::testing::Bool()),
     [](const auto& info) {
         return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Error" : "Valid");
@@ -282,18 +280,38 @@ LogLine TimedOut(const std::string& id)
 INSTANTIATE_TEST_SUITE_P(
     Counts, Retries,
     ::testing::Values(
-        RetryCase{"NoRetryMeansOneAttempt", 0, {Dropped}, 1, false,
+        RetryCase{"NoRetryMeansOneAttempt",
+                  0,
+                  {Dropped},
+                  1,
+                  false,
                   {TimedOut("req-1"), NoAnswer("req-1"), Error("Maximum number of retries (0) reached.")}},
-        RetryCase{"AllAttemptsUsed", 2, {Dropped, Dropped, Dropped}, 3, false,
+        RetryCase{"AllAttemptsUsed",
+                  2,
+                  {Dropped, Dropped, Dropped},
+                  3,
+                  false,
                   {TimedOut("req-1"), NoAnswer("req-1"), TimedOut("req-2"), NoAnswer("req-2"), TimedOut("req-3"),
                    NoAnswer("req-3"), Error("Maximum number of retries (2) reached.")}},
-        RetryCase{"AnsweredOnTheLastAttempt", 2, {Dropped, Refused}, 3, true,
+        RetryCase{"AnsweredOnTheLastAttempt",
+                  2,
+                  {Dropped, Refused},
+                  3,
+                  true,
                   {TimedOut("req-1"), NoAnswer("req-1"), Error("Request ID is empty, retrying")}},
-        RetryCase{"EmptyIdsCountAsAttempts", 1, {Refused, Refused}, 2, false,
+        RetryCase{"EmptyIdsCountAsAttempts",
+                  1,
+                  {Refused, Refused},
+                  2,
+                  false,
                   {Error("Request ID is empty, retrying"), Error("Request ID is empty, retrying"),
                    Error("Maximum number of retries (1) reached.")}},
         // maxRetries + 1 wraps to zero attempts.
-        RetryCase{"LargestRetryCountSendsNothing", UINT_MAX, {}, 0, false,
+        RetryCase{"LargestRetryCountSendsNothing",
+                  UINT_MAX,
+                  {},
+                  0,
+                  false,
                   {Error("Maximum number of retries (4294967295) reached.")}}),
     [](const auto& info) { return std::string(info.param.name); });
 
@@ -314,30 +332,29 @@ TEST_P(Timeouts, ZeroMeansTheDefaultAndTheLoopPrintsWhatItWasGiven)
     rig.stack.ScriptNext(Dropped);
     LogCapture log;
     EXPECT_FALSE(GetParam().call(rig.engine).IsAnswered());
-    EXPECT_THAT(log.Lines(),
-                ElementsAre(Warn("Timeout (" + GetParam().waited + ") occured for request ID 'req-1'"),
-                            Error("No response received for ID 'req-1' with timeout " + GetParam().printed +
-                                  ", retrying"),
-                            Error("Maximum number of retries (0) reached.")));
+    EXPECT_THAT(log.Lines(), ElementsAre(Warn("Timeout (" + GetParam().waited + ") occured for request ID 'req-1'"),
+                                         Error("No response received for ID 'req-1' with timeout " +
+                                               GetParam().printed + ", retrying"),
+                                         Error("Maximum number of retries (0) reached.")));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Durations, Timeouts,
-    ::testing::Values(
-        TimeoutCase{"ZeroIsTheDefault", [](auto& e) { return e.Request("x", pt::seconds(0)); }, "00:00:00.050000",
-                    "00:00:00"},
-        TimeoutCase{"WithoutTimeOutIsTheDefault", [](auto& e) { return e.GetValue(1, false); }, "00:00:00.050000",
-                    "00:00:00"},
-        TimeoutCase{"GivenIsUsed", [](auto& e) { return e.Request("x", pt::milliseconds(20)); }, "00:00:00.020000",
-                    "00:00:00.020000"},
-        TimeoutCase{"NegativeEndsAtOnce", [](auto& e) { return e.Request("x", pt::milliseconds(-5)); },
-                    "-00:00:00.005000", "-00:00:00.005000"},
-        // Not a way to wait without limit.
-        TimeoutCase{"InfinityEndsAtOnce", [](auto& e) { return e.Request("x", pt::time_duration(pt::pos_infin)); },
-                    "+infinity", "+infinity"},
-        TimeoutCase{"NotADateTimeEndsAtOnce",
-                    [](auto& e) { return e.Request("x", pt::time_duration(pt::not_a_date_time)); },
-                    "not-a-date-time", "not-a-date-time"}),
+    ::testing::Values(TimeoutCase{"ZeroIsTheDefault", [](auto& e) { return e.Request("x", pt::seconds(0)); },
+                                  "00:00:00.050000", "00:00:00"},
+                      TimeoutCase{"WithoutTimeOutIsTheDefault", [](auto& e) { return e.GetValue(1, false); },
+                                  "00:00:00.050000", "00:00:00"},
+                      TimeoutCase{"GivenIsUsed", [](auto& e) { return e.Request("x", pt::milliseconds(20)); },
+                                  "00:00:00.020000", "00:00:00.020000"},
+                      TimeoutCase{"NegativeEndsAtOnce", [](auto& e) { return e.Request("x", pt::milliseconds(-5)); },
+                                  "-00:00:00.005000", "-00:00:00.005000"},
+                      // Not a way to wait without limit.
+                      TimeoutCase{"InfinityEndsAtOnce",
+                                  [](auto& e) { return e.Request("x", pt::time_duration(pt::pos_infin)); }, "+infinity",
+                                  "+infinity"},
+                      TimeoutCase{"NotADateTimeEndsAtOnce",
+                                  [](auto& e) { return e.Request("x", pt::time_duration(pt::not_a_date_time)); },
+                                  "not-a-date-time", "not-a-date-time"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Engine, RequestNoLongerRelevantFromTheStartIsSentOnceAndAbandoned)
@@ -474,8 +491,7 @@ TEST(Engine, ReusedIdAndExpiredEntry)
 TEST(Engine, SynchronousCallsPassThroughWithoutDockets)
 {
     Rig rig;
-    const Erv::DscAsyncRequestMessenger::PropertyMap properties{
-        {Kelo::IDeviceStackClient::PropertyType::Unit, {"°C"}}};
+    const Erv::DscAsyncRequestMessenger::PropertyMap properties{{Kelo::IDeviceStackClient::PropertyType::Unit, {"°C"}}};
     const Erv::Docket docket = rig.engine.SetConfiguration(12, properties, true);
     EXPECT_TRUE(docket.IsAnswered());
     EXPECT_TRUE(docket.IsReplyValid());
@@ -620,8 +636,8 @@ TEST(EngineStress, EveryCallReturnsWithItsOwnAnswer)
             for (int i = 0; i < RequestsPerCaller; ++i) {
                 const std::string tag = std::to_string(caller) + "/" + std::to_string(i);
                 CountingMessenger::Attempts() = 0;
-                std::string reply;                   // the reply of this request
-                std::set<std::string> errorTexts;    // its possible error descriptions
+                std::string reply;                // the reply of this request
+                std::set<std::string> errorTexts; // its possible error descriptions
                 bool mayBeAbandoned = false;
                 Erv::Docket docket;
                 switch (i % 6) {

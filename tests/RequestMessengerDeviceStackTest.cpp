@@ -47,12 +47,18 @@ public:
     void OnResponse(void*, const std::string&, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
     void OnRegisterApplication(void*, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
     void OnGetConfiguration(void*, const std::string&, const std::string&,
-                            const Kelo::IDeviceStackClient::IError&) override {}
+                            const Kelo::IDeviceStackClient::IError&) override
+    {
+    }
     void OnSetConfiguration(void*, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
     void OnGetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&,
-                    const Kelo::IDeviceStackClient::IError&) override {}
+                    const Kelo::IDeviceStackClient::IError&) override
+    {
+    }
     void OnSetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&,
-                    const Kelo::IDeviceStackClient::IError&) override {}
+                    const Kelo::IDeviceStackClient::IError&) override
+    {
+    }
 };
 
 class RemoteMessenger : public ::testing::Test {

@@ -195,8 +195,7 @@ bool SimulatedDeviceStack::SetInternalValueFormat(bool on)
     return true;
 }
 
-bool SimulatedDeviceStack::SetConfiguration(unsigned long id, const std::map<PropertyType, Property>& properties,
-                                            bool)
+bool SimulatedDeviceStack::SetConfiguration(unsigned long id, const std::map<PropertyType, Property>& properties, bool)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (const auto& property : properties)
@@ -267,7 +266,8 @@ std::string SimulatedDeviceStack::RequestAsync(const std::string& request)
     Answer answer;
     answer.callback = Callback::Response;
     answer.text = "re: " + request;
-    return Accept(std::move(answer), [&] { return "Request " + request; }, [](Answer&) {});
+    return Accept(
+        std::move(answer), [&] { return "Request " + request; }, [](Answer&) {});
 }
 
 std::string SimulatedDeviceStack::RegisterApplicationAsync(const std::string& name, const std::string&,
@@ -275,7 +275,8 @@ std::string SimulatedDeviceStack::RegisterApplicationAsync(const std::string& na
 {
     Answer answer;
     answer.callback = Callback::RegisterApplication;
-    return Accept(std::move(answer), [&] { return "RegisterApplication " + name; }, [](Answer&) {});
+    return Accept(
+        std::move(answer), [&] { return "RegisterApplication " + name; }, [](Answer&) {});
 }
 
 std::string SimulatedDeviceStack::SetConfigurationAsync(const std::string& configuration)
@@ -395,18 +396,12 @@ bool SimulatedDeviceStack::Deliver(const Answer& answer)
         return false;
     const SimulatedError error = answer.error ? SimulatedError(*answer.error) : SimulatedError();
     switch (answer.callback) {
-    case Callback::Response:
-        m_handler->OnResponse(m_context, answer.requestId, answer.text, error);
-        break;
-    case Callback::RegisterApplication:
-        m_handler->OnRegisterApplication(m_context, answer.requestId, error);
-        break;
+    case Callback::Response: m_handler->OnResponse(m_context, answer.requestId, answer.text, error); break;
+    case Callback::RegisterApplication: m_handler->OnRegisterApplication(m_context, answer.requestId, error); break;
     case Callback::GetConfiguration:
         m_handler->OnGetConfiguration(m_context, answer.requestId, answer.text, error);
         break;
-    case Callback::SetConfiguration:
-        m_handler->OnSetConfiguration(m_context, answer.requestId, error);
-        break;
+    case Callback::SetConfiguration: m_handler->OnSetConfiguration(m_context, answer.requestId, error); break;
     case Callback::GetValue:
         m_handler->OnGetValue(m_context, answer.requestId, answer.objectId, Urn(answer.objectId), answer.text, error);
         break;
