@@ -1,4 +1,5 @@
 // What a log call costs on the bus path when its level is off, and when it is on.
+#include "AllocationCounter.h"
 #include "ErvLogging/Logging.h"
 
 #include <benchmark/benchmark.h>
@@ -11,10 +12,12 @@ void BM_DebugLogWhileDebugIsOff(benchmark::State& state)
     log4cplus::Logger& logger = Erv::GetGlobalDefaultLogger();
     logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);
     int value = 42;
+    const auto before = ErvBench::Allocations();
     for (auto _ : state) {
         ERV_LOG_DEBUG("DPT is used. DPT = " << value << " with a text that is never built");
         benchmark::DoNotOptimize(value);
     }
+    state.counters["allocs"] = ErvBench::PerIteration(ErvBench::Allocations() - before);
 }
 BENCHMARK(BM_DebugLogWhileDebugIsOff);
 
