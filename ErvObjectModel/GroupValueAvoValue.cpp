@@ -128,9 +128,9 @@ boost::optional<DateTimeOctets> ToDateTimeOctets(const AVOTIME& time)
         return boost::none;
     }
     const bool realDate = date->day <= boost::gregorian::gregorian_calendar::end_of_month_day(date->year, date->month);
-    const bool realTime = AVOTIME::IsValidTime(static_cast<unsigned char>(calendar.tm_hour),
-                                               static_cast<unsigned char>(calendar.tm_min),
-                                               static_cast<unsigned char>(calendar.tm_sec));
+    const bool realTime =
+        AVOTIME::IsValidTime(static_cast<unsigned char>(calendar.tm_hour), static_cast<unsigned char>(calendar.tm_min),
+                             static_cast<unsigned char>(calendar.tm_sec));
     constexpr unsigned char NoWorkingDay = 0x20; // NWD: the working-day field is not valid
     constexpr unsigned char NoDayOfWeek = 0x04;  // NDOW
     const int weekday = !realDate ? 0 : calendar.tm_wday == 0 ? 7 : calendar.tm_wday;
@@ -323,8 +323,8 @@ boost::optional<AVOVALUE> GroupValueToAvoValue(const KnxStack::GroupValue& group
         }
         case Format::Date: {
             if (raw.GetLength() != 3) {
-                ERV_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Length in bytes is "
-                             << raw.GetLength() << ", expected 3");
+                ERV_LOG_WARN("Received an invalid DPT 11.001 date from the KNX: Length in bytes is " << raw.GetLength()
+                                                                                                     << ", expected 3");
                 return boost::none;
             }
             const unsigned int twoDigitYear = raw.GetUInt8Value(2);
