@@ -11,7 +11,9 @@
 #include <boost/optional/optional_io.hpp>
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <limits>
 #include <string>
 #include <vector>
@@ -76,9 +78,19 @@ struct BothWays {
     std::size_t tableLines = 0; // 2 where the table has no row: it says so and lets the value pass
 };
 
+// Decoding that takes 100 ms or more (the first one builds the table; emulators, loaded machines)
+// reports its duration. Such a report is due and left out; one about less time is not.
+bool IsDueDurationReport(const LogLine& line)
+{
+    const std::string label = "Decoding a KNX value took ";
+    return line.level == log4cplus::INFO_LOG_LEVEL && line.message.compare(0, label.size(), label) == 0 &&
+           std::stod(line.message.substr(label.size())) >= 0.1;
+}
+
 void ExpectLines(const LogCapture& log, std::size_t tableLines, const std::vector<LogLine>& own)
 {
-    const std::vector<LogLine> lines = log.Lines();
+    std::vector<LogLine> lines = log.Lines();
+    lines.erase(std::remove_if(lines.begin(), lines.end(), IsDueDurationReport), lines.end());
     ASSERT_EQ(lines.size(), tableLines + own.size()) << ::testing::PrintToString(lines);
     EXPECT_EQ(std::vector<LogLine>(lines.begin() + static_cast<std::ptrdiff_t>(tableLines), lines.end()), own);
 }
