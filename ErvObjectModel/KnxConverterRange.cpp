@@ -22,9 +22,52 @@ template <class Range>
 std::string Format(const char* word, const Range& range)
 {
     std::ostringstream text;
-    text << word << '(' << range.GetInternalMin() << ", " << range.GetInternalMax() << ", "
-         << range.GetExternalMin() << ", " << range.GetExternalMax() << ')';
+    text << word << '(' << range.GetInternalMin() << ", " << range.GetInternalMax() << ", " << range.GetExternalMin()
+         << ", " << range.GetExternalMax() << ')';
     return text.str();
+}
+
+// The words a range class's messages use for its two intervals, and how the combined message
+// joins them. The second join lacks an "of": long-standing message text, kept as it is.
+struct ScaleFactorWords {
+    const char* internal;
+    const char* external;
+    const char* join;
+};
+constexpr ScaleFactorWords IntegerWords{"internal", "external", "] or because of invalid "};
+constexpr ScaleFactorWords FloatIntegerWords{"double", "integer", "] or because invalid "};
+constexpr ScaleFactorWords FloatWords{"double", "external", "] or because invalid "};
+
+// The one algorithm of all four classes: an empty interval is logged and leaves the factor as it
+// was; a factor of exactly 0.0 (an infinite or underflowing width) falls back to 1.0, logged.
+// Widths come in as doubles; a non-zero integer width stays non-zero when converted.
+template <class Internal, class External>
+void ApplyScaleFactor(const char* function, const ScaleFactorWords& words, double internalWidth, double externalWidth,
+                      Internal internalMin, Internal internalMax, External externalMin, External externalMax,
+                      double& scaleFactor)
+{
+    if (internalWidth == 0.0) {
+        ERV_LOG_AS(log4cplus::ERROR_LOG_LEVEL, function,
+                   "Failed to calculate the scale factor because of invalid "
+                       << words.internal << " range [" << internalMin << ", " << internalMax << "].");
+        return;
+    }
+    if (externalWidth == 0.0) {
+        ERV_LOG_AS(log4cplus::ERROR_LOG_LEVEL, function,
+                   "Failed to calculate the scale factor because of invalid "
+                       << words.external << " range [" << externalMin << ", " << externalMax << "].");
+        return;
+    }
+    const double factor = externalWidth / internalWidth;
+    if (factor != 0.0) {
+        scaleFactor = factor;
+        return;
+    }
+    scaleFactor = 1.0;
+    ERV_LOG_AS(log4cplus::ERROR_LOG_LEVEL, function,
+               "Failed to calculate the scale factor because of invalid "
+                   << words.internal << " range [" << internalMin << ", " << internalMax << words.join << words.external
+                   << " range [" << externalMin << ", " << externalMax << "].");
 }
 } // namespace
 
@@ -37,28 +80,10 @@ IntegerRange::IntegerRange(std::int32_t internalMin, std::int32_t internalMax, s
 
 void IntegerRange::CalculateScaleFactor()
 {
-    const std::int64_t internalWidth = std::int64_t{m_internalMax} - m_internalMin;
-    if (internalWidth == 0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                      << m_internalMin << ", " << m_internalMax << "].");
-        return;
-    }
-    const std::int64_t externalWidth = std::int64_t{m_externalMax} - m_externalMin;
-    if (externalWidth == 0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    const double factor = static_cast<double>(externalWidth) / static_cast<double>(internalWidth);
-    if (factor != 0.0) {
-        m_scaleFactor = factor;
-        return;
-    }
-    // Cannot happen with non-zero integer widths; kept as a guard.
-    m_scaleFactor = 1.0;
-    ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << m_internalMin << ", " << m_internalMax << "] or because of invalid external range ["
-                  << m_externalMin << ", " << m_externalMax << "].");
+    ApplyScaleFactor(__PRETTY_FUNCTION__, IntegerWords,
+                     static_cast<double>(std::int64_t{m_internalMax} - m_internalMin),
+                     static_cast<double>(std::int64_t{m_externalMax} - m_externalMin), m_internalMin, m_internalMax,
+                     m_externalMin, m_externalMax, m_scaleFactor);
 }
 
 LongIntegerRange::LongIntegerRange(std::int64_t internalMin, std::int64_t internalMax, std::int64_t externalMin,
@@ -71,28 +96,10 @@ LongIntegerRange::LongIntegerRange(std::int64_t internalMin, std::int64_t intern
 // Deliberately, the messages print only the low 32 bits of each bound; ToString prints them whole.
 void LongIntegerRange::CalculateScaleFactor()
 {
-    const std::int64_t internalWidth = WrappingWidth(m_internalMin, m_internalMax);
-    if (internalWidth == 0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                      << Low32(m_internalMin) << ", " << Low32(m_internalMax) << "].");
-        return;
-    }
-    const std::int64_t externalWidth = WrappingWidth(m_externalMin, m_externalMax);
-    if (externalWidth == 0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                      << Low32(m_externalMin) << ", " << Low32(m_externalMax) << "].");
-        return;
-    }
-    const double factor = static_cast<double>(externalWidth) / static_cast<double>(internalWidth);
-    if (factor != 0.0) {
-        m_scaleFactor = factor;
-        return;
-    }
-    m_scaleFactor = 1.0;
-    ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid internal range ["
-                  << Low32(m_internalMin) << ", " << Low32(m_internalMax)
-                  << "] or because of invalid external range [" << Low32(m_externalMin) << ", "
-                  << Low32(m_externalMax) << "].");
+    ApplyScaleFactor(__PRETTY_FUNCTION__, IntegerWords,
+                     static_cast<double>(WrappingWidth(m_internalMin, m_internalMax)),
+                     static_cast<double>(WrappingWidth(m_externalMin, m_externalMax)), Low32(m_internalMin),
+                     Low32(m_internalMax), Low32(m_externalMin), Low32(m_externalMax), m_scaleFactor);
 }
 
 FloatIntegerRange::FloatIntegerRange()
@@ -110,29 +117,9 @@ FloatIntegerRange::FloatIntegerRange(double internalMin, double internalMax, std
 
 void FloatIntegerRange::CalculateScaleFactor()
 {
-    const double internalWidth = m_internalMax - m_internalMin;
-    if (internalWidth == 0.0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "].");
-        return;
-    }
-    const std::int64_t externalWidth = std::int64_t{m_externalMax} - m_externalMin;
-    if (externalWidth == 0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid integer range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    const double factor = static_cast<double>(externalWidth) / internalWidth;
-    if (factor != 0.0) {
-        m_scaleFactor = factor;
-        return;
-    }
-    // Reached when an infinite internal width makes the quotient 0. The second clause's missing
-    // "of" is long-standing message text and is kept, here and in FloatRange.
-    m_scaleFactor = 1.0;
-    ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                  << m_internalMin << ", " << m_internalMax << "] or because invalid integer range ["
-                  << m_externalMin << ", " << m_externalMax << "].");
+    ApplyScaleFactor(__PRETTY_FUNCTION__, FloatIntegerWords, m_internalMax - m_internalMin,
+                     static_cast<double>(std::int64_t{m_externalMax} - m_externalMin), m_internalMin, m_internalMax,
+                     m_externalMin, m_externalMax, m_scaleFactor);
 }
 
 FloatRange::FloatRange(double internalMin, double internalMax, double externalMin, double externalMax)
@@ -144,27 +131,10 @@ FloatRange::FloatRange(double internalMin, double internalMax, double externalMi
 // Widths without sign: a reversed interval still gives a positive factor, unlike the other ranges.
 void FloatRange::CalculateScaleFactor()
 {
-    const double internalWidth = std::max(m_internalMin, m_internalMax) - std::min(m_internalMin, m_internalMax);
-    if (internalWidth == 0.0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                      << m_internalMin << ", " << m_internalMax << "].");
-        return;
-    }
-    const double externalWidth = std::max(m_externalMin, m_externalMax) - std::min(m_externalMin, m_externalMax);
-    if (externalWidth == 0.0) {
-        ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid external range ["
-                      << m_externalMin << ", " << m_externalMax << "].");
-        return;
-    }
-    const double factor = externalWidth / internalWidth;
-    if (factor != 0.0) {
-        m_scaleFactor = factor;
-        return;
-    }
-    m_scaleFactor = 1.0;
-    ERV_LOG_ERROR("Failed to calculate the scale factor because of invalid double range ["
-                  << m_internalMin << ", " << m_internalMax << "] or because invalid external range ["
-                  << m_externalMin << ", " << m_externalMax << "].");
+    ApplyScaleFactor(__PRETTY_FUNCTION__, FloatWords,
+                     std::max(m_internalMin, m_internalMax) - std::min(m_internalMin, m_internalMax),
+                     std::max(m_externalMin, m_externalMax) - std::min(m_externalMin, m_externalMax), m_internalMin,
+                     m_internalMax, m_externalMin, m_externalMax, m_scaleFactor);
 }
 
 std::string ToString(const IntegerRange& range) { return Format("IntegerRange", range); }

@@ -91,14 +91,17 @@ void EmitLine(log4cplus::Logger& logger, log4cplus::LogLevel level, const LogStr
 
 } // namespace Erv
 
-#define ERV_LOG(level, message)                                                                                 \
+#define ERV_LOG(level, message) ERV_LOG_AS(level, __PRETTY_FUNCTION__, message)
+
+// For shared helpers that log on behalf of a caller: the line names `prettyFunction`.
+#define ERV_LOG_AS(level, prettyFunction, message)                                                              \
     do {                                                                                                        \
         ::log4cplus::Logger& ervLogger_ = ::Erv::GetGlobalDefaultLogger();                                      \
         if (ervLogger_.isEnabledFor(level)) {                                                                   \
             ::Erv::LogStream ervLine_;                                                                          \
-            ::Erv::detail::BeginLine(ervLine_, __PRETTY_FUNCTION__);                                            \
+            ::Erv::detail::BeginLine(ervLine_, prettyFunction);                                                 \
             ervLine_ << message;                                                                                \
-            ::Erv::detail::EmitLine(ervLogger_, level, ervLine_, __FILE__, __LINE__, __func__);                 \
+            ::Erv::detail::EmitLine(ervLogger_, level, ervLine_, __FILE__, __LINE__, prettyFunction);           \
         }                                                                                                       \
     } while (false)
 

@@ -1,0 +1,100 @@
+# Entry points for people and CI. CMake does the real work; this file only installs what is
+# missing, configures each build tree once and runs the result.
+#
+#   make run     build the sample program and run it (the main job)
+#   make test    build everything with warnings as errors and run the test suite
+#   make asan    the test suite built with AddressSanitizer and UBSan
+#   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
+#   make bench   Release build of the benchmarks, with repetitions
+#   make clean   remove every build tree
+#
+# Any variable below can be overridden on the command line, e.g. `make test BUILD=/tmp/b`.
+
+SHELL := /bin/bash
+.SHELLFLAGS := -eu -o pipefail -c
+.DEFAULT_GOAL := run
+MAKEFLAGS += --no-print-directory
+
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+CTEST_JOBS ?= 2
+# Per test case. Unit tests finish in well under a second; a hung messenger test should not eat
+# the CI budget. Emulated and sanitized binaries get more headroom.
+CTEST_TIMEOUT ?= 60
+CTEST_TIMEOUT_SLOW ?= 180
+
+BUILD ?= build
+BUILD_ASAN ?= build-asan
+BUILD_ARMHF ?= build-armhf
+BUILD_RELEASE ?= build-release
+
+# `make run` and `make test` share one tree, so switching between them never rebuilds.
+HOST_ARGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_WERROR=ON
+# Unoptimised: compiles faster, and the sanitizers see every access as written.
+ASAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=address,undefined \
+  -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+ARMHF_ARGS := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+RELEASE_ARGS := -DCMAKE_BUILD_TYPE=Release -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF
+
+# What `make run` builds and runs; the command-line tool on a shipped sample goes here later.
+RUN_TARGET ?= ervom_samples
+RUN_COMMAND ?= $(BUILD)/tools/ervom_samples
+
+BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
+
+# The helper compiles with -fno-sanitize-recover=all, so a finding ends the test process and fails
+# the test; these options make sure nothing overrides that and that UBSan reports carry a stack.
+ASAN_OPTIONS := detect_leaks=1:halt_on_error=1:abort_on_error=0:strict_string_checks=1:detect_stack_use_after_return=1:check_initialization_order=1:print_summary=1
+UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1:report_error_type=1
+
+# $(call configure,<tree>,<cmake arguments>): configure only if the tree is new or was configured
+# with other arguments; CMake itself reruns when a CMakeLists.txt changes.
+define configure
+	@want='$(strip $(2))'; stamp='$(1)/.erv-configure-args'; \
+	if [ ! -f '$(1)/CMakeCache.txt' ] || [ "$$(cat "$$stamp" 2>/dev/null)" != "$$want" ]; then \
+	  echo "== configuring $(1): $$want"; \
+	  rm -f "$$stamp"; \
+	  cmake -S . -B '$(1)' --log-level=WARNING $$want; \
+	  printf '%s\n' "$$want" >"$$stamp"; \
+	fi
+endef
+
+.PHONY: run test asan armhf bench clean deps deps-armhf configure
+
+deps:
+	@scripts/install-deps.sh host
+
+deps-armhf:
+	@scripts/install-deps.sh armhf
+
+configure: deps
+	$(call configure,$(BUILD),$(HOST_ARGS))
+
+run: configure
+	cmake --build $(BUILD) --parallel $(JOBS) --target $(RUN_TARGET)
+	$(RUN_COMMAND)
+
+test: configure
+	cmake --build $(BUILD) --parallel $(JOBS)
+	ctest --test-dir $(BUILD) --output-on-failure --no-tests=error -j$(CTEST_JOBS) --timeout $(CTEST_TIMEOUT)
+
+asan: export ASAN_OPTIONS := $(ASAN_OPTIONS)
+asan: export UBSAN_OPTIONS := $(UBSAN_OPTIONS)
+asan: deps
+	$(call configure,$(BUILD_ASAN),$(ASAN_ARGS))
+	cmake --build $(BUILD_ASAN) --parallel $(JOBS)
+	ctest --test-dir $(BUILD_ASAN) --output-on-failure --no-tests=error -j$(CTEST_JOBS) --timeout $(CTEST_TIMEOUT_SLOW)
+
+armhf: deps-armhf
+	$(call configure,$(BUILD_ARMHF),$(ARMHF_ARGS))
+	cmake --build $(BUILD_ARMHF) --parallel $(JOBS)
+	@# qemu-arm finds the armhf loader and libraries through multiarch; a -L prefix breaks it.
+	env -u QEMU_LD_PREFIX ctest --test-dir $(BUILD_ARMHF) --output-on-failure --no-tests=error -j$(CTEST_JOBS) --timeout $(CTEST_TIMEOUT_SLOW)
+
+bench: deps
+	$(call configure,$(BUILD_RELEASE),$(RELEASE_ARGS))
+	cmake --build $(BUILD_RELEASE) --parallel $(JOBS) --target ervom_bench
+	$(BUILD_RELEASE)/bench/ervom_bench $(BENCH_ARGS)
+
+clean:
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARMHF) $(BUILD_RELEASE)
