@@ -316,8 +316,8 @@ TEST(KnxLumMappingLookups, EachMainTypeHasItsValueTypeSubTypeAndDefault)
     setenv("TZ", "UTC", 1); // the calendar defaults are local time
     tzset();
     // 1900 is before what a 32-bit time_t counts: there mktime's -1 (one second before 1970) is kept.
-    const std::string firstOf1900 = sizeof(std::time_t) > 4 ? "13:1900-01-01 00:00:00.00 w1 k0 l1 d0"
-                                                             : "13:1969-12-31 23:59:59.00 w4 k0 l1 d0";
+    const std::string firstOf1900 =
+        sizeof(std::time_t) > 4 ? "13:1900-01-01 00:00:00.00 w1 k0 l1 d0" : "13:1969-12-31 23:59:59.00 w4 k0 l1 d0";
     const struct {
         std::vector<unsigned long> mainTypes;
         const char* ivt;
