@@ -176,6 +176,8 @@ TEST(GroupValueAvoValue, TowardsTheBus)
         {AVOVALUE::String("Gr\xC3\xBC\xC3\x9F" "e"), Dpt(16, 1), Text14("Gr\xFC\xDF" "e"), {}},
         {AVOVALUE::String("\xE2\x82\xAC" "uro"), Dpt(16, 1), Text14("?uro"), {}},
         {AVOVALUE::String("a\xFF"), Dpt(16, 1), {}, {Error("Got AVOVALUE that contains a non-UTF8 string")}},
+        // N2, though the DPT table expects 8 bits when the value comes back.
+        {AVOVALUE::Byte(2), Dpt(23, 1), Bus(2, {0x02}), {}},
         // Scene numbers: 0..63, anything above silently nothing.
         {AVOVALUE::Byte(64), Dpt(17, 1), {}, {}},
         // Date and time: the weekday comes from the date (Sunday 7), not from the value's flags; an
