@@ -4,6 +4,7 @@
 #   make run     build ervom and run it on the sample capture (the main job)
 #   make test    build everything with warnings as errors and run the test suite
 #   make asan    the test suite built with AddressSanitizer and UBSan
+#   make tsan    the messaging tests, stress test included, built with ThreadSanitizer
 #   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
 #   make bench   Release build of the benchmarks, with repetitions
 #   make clean   remove every build tree
@@ -24,6 +25,7 @@ CTEST_TIMEOUT_SLOW ?= 180
 
 BUILD ?= build
 BUILD_ASAN ?= build-asan
+BUILD_TSAN ?= build-tsan
 BUILD_ARMHF ?= build-armhf
 BUILD_RELEASE ?= build-release
 
@@ -31,7 +33,14 @@ BUILD_RELEASE ?= build-release
 HOST_ARGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_WERROR=ON
 # Unoptimised: compiles faster, and the sanitizers see every access as written.
 ASAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=address,undefined \
+<<<<<<< HEAD
   -DERV_BUILD_BENCHMARKS=OFF
+=======
+  -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+TSAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=thread -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+# The code whose threads meet: the engine, the adapter and the simulated device stack.
+TSAN_TARGETS := DscAsyncRequestMessengerTest RequestMessengerDeviceStackTest
+>>>>>>> main
 ARMHF_ARGS := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
 RELEASE_ARGS := -DCMAKE_BUILD_TYPE=Release -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF
@@ -50,6 +59,8 @@ BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 # the test; these options make sure nothing overrides that and that UBSan reports carry a stack.
 ASAN_OPTIONS := detect_leaks=1:halt_on_error=1:abort_on_error=0:strict_string_checks=1:detect_stack_use_after_return=1:check_initialization_order=1:print_summary=1
 UBSAN_OPTIONS := print_stacktrace=1:halt_on_error=1:report_error_type=1
+# The first report ends the test process, so any data race or lock-order inversion fails the run.
+TSAN_OPTIONS := halt_on_error=1:second_deadlock_stack=1
 
 # $(call configure,<tree>,<cmake arguments>): configure only if the tree is new or was configured
 # with other arguments; CMake itself reruns when a CMakeLists.txt changes.
@@ -63,7 +74,7 @@ define configure
 	fi
 endef
 
-.PHONY: run test asan armhf bench clean deps deps-armhf configure
+.PHONY: run test asan tsan armhf bench clean deps deps-armhf configure
 
 deps:
 	@scripts/install-deps.sh host
@@ -89,6 +100,13 @@ asan: deps
 	cmake --build $(BUILD_ASAN) --parallel $(JOBS)
 	ctest --test-dir $(BUILD_ASAN) --output-on-failure --no-tests=error -j$(CTEST_JOBS) --timeout $(CTEST_TIMEOUT_SLOW)
 
+tsan: export TSAN_OPTIONS := $(TSAN_OPTIONS)
+tsan: deps
+	$(call configure,$(BUILD_TSAN),$(TSAN_ARGS))
+	cmake --build $(BUILD_TSAN) --parallel $(JOBS) --target $(TSAN_TARGETS)
+	ctest --test-dir $(BUILD_TSAN) -L messaging --output-on-failure --no-tests=error -j$(CTEST_JOBS) \
+	  --timeout $(CTEST_TIMEOUT_SLOW)
+
 armhf: deps-armhf
 	$(call configure,$(BUILD_ARMHF),$(ARMHF_ARGS))
 	cmake --build $(BUILD_ARMHF) --parallel $(JOBS)
@@ -101,4 +119,4 @@ bench: deps
 	$(BUILD_RELEASE)/bench/ervom_bench $(BENCH_ARGS)
 
 clean:
-	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARMHF) $(BUILD_RELEASE)
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_TSAN) $(BUILD_ARMHF) $(BUILD_RELEASE)

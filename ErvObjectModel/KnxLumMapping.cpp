@@ -1,6 +1,18 @@
 #include "ErvObjectModel/KnxLumMapping.h"
 
+#include "AvoValue/AvoValue.h"
+#include "AvoValue/TimeOfDay.h"
+#include "Erv/AvoValueHelper.h"
+#include "Erv/Unreachable.h"
+#include "ErvLogging/Assert.h"
+
+#include <boost/date_time/gregorian/gregorian_types.hpp>
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 namespace Erv {
 
@@ -101,6 +113,126 @@ boost::optional<Id> CoChannel(unsigned short n, LogicalDeviceId ld)
     if (n >= CoNumberLimit)
         return boost::none;
     return Base(ld) + CoChannelOffset + 2u * Id{n};
+}
+
+// Value types and default values by main type ------------------------------------------------
+
+// Each creator is called with its row's value type and asserts that it builds exactly that type.
+using DefaultCreator = AVOVALUE (*)(AvoValueType ivt);
+
+AVOVALUE CreateDefaultValueEmpty(AvoValueType ivt)
+{
+    const AVOVALUE emptyAvoValue;
+    ERV_ASSERT2(emptyAvoValue.ivt == ivt);
+    return emptyAvoValue;
+}
+AVOVALUE CreateFalse(AvoValueType ivt) { return ToAvoValue<bool>(false, ivt); }
+AVOVALUE CreateByteZero(AvoValueType ivt) { return ToAvoValue<unsigned char>(0, ivt); }
+AVOVALUE CreateWordZero(AvoValueType ivt) { return ToAvoValue<unsigned short>(0, ivt); }
+AVOVALUE CreateCountryCodeZz(AvoValueType ivt) { return ToAvoValue<unsigned short>(0x5A5A, ivt); }
+AVOVALUE CreateShortZero(AvoValueType ivt) { return ToAvoValue<short>(0, ivt); }
+AVOVALUE CreateDWordZero(AvoValueType ivt) { return ToAvoValue<unsigned long>(0, ivt); }
+AVOVALUE CreateFloatZero(AvoValueType ivt) { return ToAvoValue<float>(0.0f, ivt); }
+AVOVALUE CreateEmptyString(AvoValueType ivt) { return ToAvoValue(std::string(), ivt); }
+AVOVALUE CreateMidnightNoDay(AvoValueType ivt)
+{
+    return ToAvoValue(UndefinedBehaviourIfNone(ErvApp::TimeOfDay::Create(0, 0, 0, ErvApp::NoDay)), ivt);
+}
+AVOVALUE CreateFirstOf1990(AvoValueType ivt)
+{
+    return ToAvoValue(boost::posix_time::ptime(boost::gregorian::date(1990, 1, 1)), ivt);
+}
+// Before the 32-bit time_t range: on the controller mktime fails and its -1 becomes the value.
+AVOVALUE CreateFirstOf1900(AvoValueType ivt)
+{
+    return ToAvoValue(boost::posix_time::ptime(boost::gregorian::date(1900, 1, 1)), ivt);
+}
+
+struct MainTypeRow {
+    unsigned short mainType;
+    AvoValueType ivt;
+    AvoDP::AvoValueSubType ist;
+    DefaultCreator createDefault;
+};
+
+using namespace AvoDP;
+
+// Constant-initialised: complete before any code of the process runs, whatever the order in which
+// translation units initialise.
+constexpr MainTypeRow MainTypes[] = {
+    {1, ivtBool, istSwitch, &CreateFalse},
+    {2, ivtByte, istGeneric, &CreateByteZero},
+    {3, ivtByte, istGeneric, &CreateByteZero},
+    {4, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {5, ivtByte, istGeneric, &CreateByteZero},
+    {6, ivtByte, istSigned8, &CreateByteZero},
+    {7, ivtWord, istGeneric, &CreateWordZero},
+    {8, ivtInteger, istSigned16, &CreateShortZero},
+    {9, ivtFloat, istGeneric, &CreateFloatZero},
+    {10, ivtDayTime, istGeneric, &CreateMidnightNoDay},
+    {11, ivtDate, istGeneric, &CreateFirstOf1990},
+    {12, ivtDWord, istGeneric, &CreateDWordZero},
+    {13, ivtInteger, istGeneric, &CreateShortZero},
+    {14, ivtFloat, istGeneric, &CreateFloatZero},
+    {15, ivtDWord, istGeneric, &CreateDWordZero},
+    {16, ivtString, istGeneric, &CreateEmptyString},
+    {17, ivtByte, istGeneric, &CreateByteZero},
+    {18, ivtByte, istGeneric, &CreateByteZero},
+    {19, ivtDateTime, istGeneric, &CreateFirstOf1900},
+    {20, ivtByte, istGeneric, &CreateByteZero},
+    {21, ivtByte, istGeneric, &CreateByteZero},
+    {22, ivtWord, istGeneric, &CreateWordZero},
+    {23, ivtByte, istGeneric, &CreateByteZero},
+    {24, ivtString, istGeneric, &CreateEmptyString},
+    {25, ivtByte, istGeneric, &CreateByteZero},
+    {26, ivtByte, istGeneric, &CreateByteZero},
+    {27, ivtDWord, istGeneric, &CreateDWordZero},
+    {28, ivtString, istGeneric, &CreateEmptyString},
+    {29, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {30, ivtDWord, istGeneric, &CreateDWordZero},
+    {31, ivtByte, istGeneric, &CreateByteZero},
+    {200, ivtWord, istGeneric, &CreateWordZero},
+    {201, ivtWord, istGeneric, &CreateWordZero},
+    {202, ivtWord, istGeneric, &CreateWordZero},
+    {217, ivtWord, istGeneric, &CreateWordZero},
+    {219, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {222, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {229, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {230, ivtEmpty, istGeneric, &CreateDefaultValueEmpty},
+    {232, ivtDWord, istGeneric, &CreateDWordZero},
+    {234, ivtWord, istGeneric, &CreateCountryCodeZz},
+    {237, ivtWord, istGeneric, &CreateWordZero},
+    {238, ivtByte, istGeneric, &CreateByteZero},
+};
+static_assert(std::size(MainTypes) == 43, "one row per published main type");
+
+// The status DPT 6.020 defaults to 1 although its family defaults to 0.
+constexpr unsigned long StatusDpt = 6ul << 16 | 20;
+
+constexpr std::size_t MainTypeLimit = 239; // every main type above is unknown
+constexpr std::uint8_t NoRow = 0xFF;
+
+// Row number by main type, worked out by the compiler: a lookup is one index, and a main type listed
+// twice does not compile.
+constexpr std::array<std::uint8_t, MainTypeLimit> IndexMainTypes()
+{
+    std::array<std::uint8_t, MainTypeLimit> index{};
+    for (std::size_t i = 0; i < index.size(); ++i)
+        index[i] = NoRow;
+    for (std::size_t row = 0; row < std::size(MainTypes); ++row) {
+        if (MainTypes[row].mainType >= MainTypeLimit || index[MainTypes[row].mainType] != NoRow)
+            throw "main type outside the index or listed twice";
+        index[MainTypes[row].mainType] = static_cast<std::uint8_t>(row);
+    }
+    return index;
+}
+constexpr std::array<std::uint8_t, MainTypeLimit> MainTypeRows = IndexMainTypes();
+
+const MainTypeRow* FindMainType(unsigned long mainType)
+{
+    if (mainType >= MainTypeLimit || MainTypeRows[mainType] == NoRow)
+        return nullptr;
+    return &MainTypes[MainTypeRows[mainType]];
 }
 
 } // namespace
@@ -266,6 +398,35 @@ boost::optional<unsigned char> KnxLumMapping::GetParameterNumberFromObjModelId(u
         return boost::none;
     const Id r = Narrow(id) % (Base(ld) + ParameterOffset + ParameterTypeStride * TypeNumber(*type));
     return static_cast<unsigned char>(r / 2); // eight bits on purpose
+}
+
+std::string KnxLumMapping::GetIvtFromMainType(unsigned long mainType)
+{
+    const MainTypeRow* row = FindMainType(mainType);
+    return row ? AVOVALUE::GetNameFromValueType(row->ivt) : "Empty";
+}
+
+std::string KnxLumMapping::GetIstFromMainType(unsigned long mainType)
+{
+    const MainTypeRow* row = FindMainType(mainType);
+    return row ? AvoDP::GetNameFromValueSubType(row->ist) : "Generic";
+}
+
+AvoValueType KnxLumMapping::GetIvtFromDpt(unsigned int dpt)
+{
+    const MainTypeRow* row = FindMainType(dpt >> 16);
+    return row ? row->ivt : ivtEmpty;
+}
+
+boost::optional<std::string> KnxLumMapping::GetDefaultValueFromDpt(unsigned long dpt, bool internalFormat)
+{
+    const MainTypeRow* row = FindMainType(dpt >> 16);
+    if (!row)
+        return boost::none;
+    const AVOVALUE value = dpt == StatusDpt ? ToAvoValue<unsigned char>(1, row->ivt) : row->createDefault(row->ivt);
+    std::string serialised;
+    value.Serialize(serialised, internalFormat);
+    return serialised;
 }
 
 } // namespace Erv

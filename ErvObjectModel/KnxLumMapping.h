@@ -15,11 +15,21 @@
 // Ownership and threading: no state at all. Every operation is a pure function of its arguments
 // and may be called from any thread. Ids are unsigned 32-bit on every platform: an unsigned long
 // wider than that is cut to its low 32 bits on entry and every computation wraps at 2^32.
+//
+// It also knows, per KNX main type, the application value type and sub type a datapoint of that
+// family carries and its default value. A DPT number has the main number in its upper and the sub
+// number in its lower 16 bits (9.001 is 589825).
+//
+//   Erv::KnxLumMapping::GetIvtFromDpt(589825);                        // ivtFloat
+//   Erv::KnxLumMapping::GetDefaultValueFromDpt(15335425, false);      // "7:23130" (234.001, "ZZ")
 #pragma once
 
+#include "AvoValue/AvoValueType.h"
 #include "ErvLogging/BoundedInt.h"
 
 #include <boost/optional.hpp>
+
+#include <string>
 
 namespace Erv {
 
@@ -86,6 +96,17 @@ public:
     static boost::optional<ParameterType> GetParameterTypeFromObjModelId(unsigned long id, LogicalDeviceId ld);
     // Eight bits wide: text parameters above 255 come back modulo 256 (500 gives 244).
     static boost::optional<unsigned char> GetParameterNumberFromObjModelId(unsigned long id, LogicalDeviceId ld);
+
+    // The name of the main type's value type (AVOVALUE::GetNameFromValueType); "Empty" for a main
+    // type that has none.
+    static std::string GetIvtFromMainType(unsigned long mainType);
+    // The name of the main type's sub type (AvoDP::GetNameFromValueSubType); "Generic" when unknown.
+    static std::string GetIstFromMainType(unsigned long mainType);
+    // The value type of the DPT's main type, whatever the sub number; ivtEmpty when unknown.
+    static AvoValueType GetIvtFromDpt(unsigned int dpt);
+    // The DPT's default value as AVOVALUE::Serialize writes it (`internalFormat` is passed on);
+    // empty for an unknown main type. Calendar defaults are local time, read when asked.
+    static boost::optional<std::string> GetDefaultValueFromDpt(unsigned long dpt, bool internalFormat);
 };
 
 } // namespace Erv

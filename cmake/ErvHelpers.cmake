@@ -25,11 +25,17 @@ function(erv_add_library name)
   erv_target_defaults(${name})
 endfunction()
 
-# erv_add_test(<name> SOURCES ... LIBS ...): one GoogleTest binary, registered test by test.
+# erv_add_test(<name> SOURCES ... LIBS ... [LABELS ...]): one GoogleTest binary, registered test by
+# test; the labels let a stage pick its tests (`ctest -L messaging`).
 function(erv_add_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE erv_test_support ${ARG_LIBS})
   erv_target_defaults(${name})
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES NO_PRETTY_TYPES)
+  set(properties)
+  if(ARG_LABELS)
+    set(properties PROPERTIES LABELS "${ARG_LABELS}")
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES NO_PRETTY_TYPES
+    ${properties})
 endfunction()

@@ -1,1 +1,725 @@
-#include <gtest/gtest.h>
+// The synchronous request engine, driven with real threads against the simulated device stack.
+// Answers that must come at a certain point are held back and released; time-outs are short and
+// only ever waited out where an attempt is meant to go unanswered.
+#include "ErvObjectModel/DscAsyncRequestMessenger.h"
+
+#include "LogCapture.h"
+#include "SimulatedDeviceStack/SimulatedDeviceStack.h"
+
+#include <boost/optional/optional_io.hpp>
+#include <gmock/gmock.h>
+
+#include <climits>
+#include <condition_variable>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace ErvTest;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+namespace {
+
+namespace pt = boost::posix_time;
+using Stack = Kelo::SimulatedDeviceStack;
+using Fate = Stack::Fate;
+
+// For attempts that are meant to go unanswered.
+const pt::time_duration Short = pt::milliseconds(50);
+// Only a fault waits this long.
+const pt::time_duration Ample = pt::seconds(10);
+
+// A fate with one of its flags set, e.g. With(&Fate::drop).
+Fate With(bool Fate::*flag)
+{
+    Fate fate;
+    fate.*flag = true;
+    return fate;
+}
+const Fate Dropped = With(&Fate::drop);
+const Fate Held = With(&Fate::hold);
+const Fate Refused = With(&Fate::refuse);
+
+std::string Text(const AVOVALUE& value)
+{
+    std::string text;
+    value.Serialize(text, false);
+    return text;
+}
+
+// One engine on one simulated stack, registered as the stack's response handler while it lives.
+struct Rig {
+    explicit Rig(pt::time_duration defaultTimeout = Ample, unsigned int maxRetries = 0)
+        : engine(messenger, defaultTimeout, maxRetries)
+    {
+        engine.SetAsResponseHandler();
+    }
+    ~Rig() { engine.UnsetAsResponseHandler(); }
+
+    Stack stack;
+    Erv::RemoteRequestMessengerDeviceStack messenger{stack};
+    Erv::DscAsyncRequestMessenger engine;
+};
+
+std::future<Erv::Docket> InBackground(std::function<Erv::Docket()> call)
+{
+    return std::async(std::launch::async, std::move(call));
+}
+
+TEST(Docket, DefaultSaysNothingCameAndContentIsReplacedAsAWhole)
+{
+    Erv::Docket docket;
+    EXPECT_FALSE(docket.IsAnswered() || docket.IsReplyValid());
+    EXPECT_EQ(docket.ReadReply() + docket.ReadDeliveryError(), "");
+    docket.SetContent("old", "", true, true);
+    const Erv::Docket copy = docket;
+    docket.SetContent("", "refused", false, true);
+    EXPECT_EQ(docket.ReadReply(), "");
+    EXPECT_EQ(docket.ReadDeliveryError(), "refused");
+    EXPECT_FALSE(docket.IsReplyValid());
+    EXPECT_TRUE(docket.IsAnswered());
+    EXPECT_EQ(copy.ReadReply(), "old");
+    EXPECT_TRUE(copy.IsReplyValid());
+}
+
+struct OperationCase {
+    const char* name;
+    std::function<Erv::Docket(Rig&)> call;
+    std::string reply;
+};
+
+void PrintTo(const OperationCase& c, std::ostream* os) { *os << c.name; }
+
+class AnsweredOperation : public ::testing::TestWithParam<OperationCase> {};
+
+TEST_P(AnsweredOperation, ReturnsTheAnswerFiledUnderItsRequestId)
+{
+    Rig rig;
+    LogCapture log;
+    const Erv::Docket docket = GetParam().call(rig);
+    EXPECT_TRUE(docket.IsAnswered());
+    EXPECT_TRUE(docket.IsReplyValid());
+    EXPECT_EQ(docket.ReadReply(), GetParam().reply);
+    EXPECT_EQ(docket.ReadDeliveryError(), "");
+    EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Request ID is 'req-1'"), Debug("Got request for ID 'req-1'."),
+                                            Debug("returned from waiting for response with ID 'req-1': got response")));
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, AnsweredOperation,
+    ::testing::Values(
+        OperationCase{"SetValue", [](Rig& r) { return r.engine.SetValue(42, AVOVALUE::Float(21.5), true); },
+                      Text(AVOVALUE::Float(21.5))},
+        OperationCase{"GetValue",
+                      [](Rig& r) {
+                          r.stack.StoreValue(42, "3:7");
+                          return r.engine.GetValue(42, false);
+                      },
+                      "3:7"},
+        OperationCase{"Request", [](Rig& r) { return r.engine.Request("ping", pt::milliseconds(0)); }, "re: ping"},
+        OperationCase{"RegisterApplication", [](Rig& r) { return r.engine.RegisterApplication("app", "1.0", ""); }, ""},
+        OperationCase{"SetConfiguration",
+                      [](Rig& r) { return r.engine.SetConfiguration("<c/>", Short, [] { return true; }); }, ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+struct CallbackCase {
+    const char* name;
+    Stack::Callback callback;
+    std::string text;
+    std::string errorTail;
+    std::string filed;
+};
+
+void PrintTo(const CallbackCase& c, std::ostream* os) { *os << c.name; }
+
+class AnswerThrough : public ::testing::TestWithParam<std::tuple<CallbackCase, bool>> {};
+
+// Whatever callback an answer comes through, it fills the docket of its id; an error answer is an
+// answer too, logged with the callback's own details.
+TEST_P(AnswerThrough, FillsTheWaitingDocket)
+{
+    const auto& [testCase, withError] = GetParam();
+    Rig rig;
+    rig.stack.ScriptNext(Held);
+    auto docket = InBackground([&] { return rig.engine.Request("ping", Ample); });
+    ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
+    LogCapture log;
+    const Stack::Error denied{7, "first", "second", "denied"};
+    rig.stack.InjectAnswer(testCase.callback, "req-1", testCase.text, boost::make_optional(withError, denied));
+
+    const Erv::Docket result = docket.get();
+    EXPECT_TRUE(result.IsAnswered());
+    EXPECT_EQ(result.IsReplyValid(), !withError);
+    EXPECT_EQ(result.ReadReply(), testCase.filed);
+    EXPECT_EQ(result.ReadDeliveryError(), withError ? "denied" : "");
+    if (withError)
+        EXPECT_THAT(log.Lines(),
+                    ElementsAre(Error("LUM error for request req-1: 7; first; second" + testCase.errorTail)));
+    else
+        EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Callbacks, AnswerThrough,
+    ::testing::Combine(
+        ::testing::Values(
+            CallbackCase{"Response", Stack::Callback::Response, "body", "; response: body", "body"},
+            CallbackCase{"RegisterApplication", Stack::Callback::RegisterApplication, "unused", "", ""},
+            CallbackCase{"GetConfiguration", Stack::Callback::GetConfiguration, "<c/>", "; config: <c/>", "<c/>"},
+            CallbackCase{"SetConfiguration", Stack::Callback::SetConfiguration, "unused", "", ""},
+            CallbackCase{"GetValue", Stack::Callback::GetValue, "3:1", "; id: 0; urn: urn:object:0; value: 3:1", "3:1"},
+            CallbackCase{"SetValue", Stack::Callback::SetValue, "2:true", "; id: 0; urn: urn:object:0; value: 2:true",
+                         "2:true"}),
+        ::testing::Bool()),
+    [](const auto& info) {
+        return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Error" : "Valid");
+    });
+
+TEST(Engine, ErrorAnswerIsReturnedWithoutRetry)
+{
+    Rig rig(Ample, 2);
+    Fate refusal;
+    refusal.error = Stack::Error{5, "a", "b", ""};
+    rig.stack.ScriptNext(refusal);
+    LogCapture log;
+    const std::string text = Text(AVOVALUE::Float(1.5));
+    const Erv::Docket docket = rig.engine.SetValue(42, AVOVALUE::Float(1.5), true);
+    EXPECT_TRUE(docket.IsAnswered());
+    EXPECT_FALSE(docket.IsReplyValid());
+    EXPECT_EQ(docket.ReadReply(), text);
+    EXPECT_EQ(docket.ReadDeliveryError(), "simulated failure of SetValue 42 " + text);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre(Error("LUM error for request req-1: 5; a; b; id: 42; urn: urn:object:42; value: " + text)));
+    EXPECT_EQ(rig.stack.RequestCount(), 1u);
+}
+
+// Hands out the request id only once the stack is already handing the answer over, so the answer
+// is under way before the engine has filed its docket.
+class AnswerFirstMessenger : public Erv::RemoteRequestMessengerDeviceStack {
+public:
+    explicit AnswerFirstMessenger(Stack& stack) : RemoteRequestMessengerDeviceStack(stack)
+    {
+        stack.SetAnswerObserver([this](const std::string& requestId) {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_answering.insert(requestId);
+            m_changed.notify_all();
+        });
+    }
+
+    std::string SetValueAsync(unsigned long id, const AVOVALUE& value, bool sendToBus) override
+    {
+        const std::string requestId = RemoteRequestMessengerDeviceStack::SetValueAsync(id, value, sendToBus);
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [&] { return m_answering.count(requestId) != 0; });
+        return requestId;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::set<std::string> m_answering;
+};
+
+TEST(Engine, AnswerBeforeTheWaiterWaitsIsNotLost)
+{
+    Stack stack;
+    AnswerFirstMessenger messenger(stack);
+    Erv::DscAsyncRequestMessenger engine(messenger, Ample, 0);
+    engine.SetAsResponseHandler();
+    LogCapture log;
+    const Erv::Docket docket = engine.SetValue(1, AVOVALUE::Bool(true), true);
+    engine.UnsetAsResponseHandler();
+    EXPECT_TRUE(docket.IsReplyValid());
+    EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Request ID is 'req-1'"), Debug("Got request for ID 'req-1'."),
+                                            Debug("returned from waiting for response with ID 'req-1': got response")));
+}
+
+struct RetryCase {
+    const char* name;
+    unsigned int maxRetries;
+    std::vector<Fate> fates;
+    std::size_t attempts;
+    bool answered;
+    std::vector<LogLine> lines;
+};
+
+void PrintTo(const RetryCase& c, std::ostream* os) { *os << c.name; }
+
+class Retries : public ::testing::TestWithParam<RetryCase> {};
+
+TEST_P(Retries, EveryAttemptCountsAndTheCountIsKept)
+{
+    const RetryCase& c = GetParam();
+    Rig rig(Short, c.maxRetries);
+    for (const Fate& fate : c.fates)
+        rig.stack.ScriptNext(fate);
+    LogCapture log;
+    const Erv::Docket docket = rig.engine.SetValue(3, AVOVALUE::Byte(9), false);
+    EXPECT_EQ(docket.IsAnswered(), c.answered);
+    EXPECT_EQ(rig.stack.RequestCount(), c.attempts);
+    EXPECT_THAT(log.Lines(), ::testing::ElementsAreArray(c.lines));
+}
+
+LogLine NoAnswer(const std::string& id)
+{
+    return Error("No response received for ID '" + id + "' with timeout 00:00:00, retrying");
+}
+
+LogLine TimedOut(const std::string& id)
+{
+    return Warn("Timeout (00:00:00.050000) occured for request ID '" + id + "'");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Counts, Retries,
+    ::testing::Values(
+        RetryCase{"NoRetryMeansOneAttempt",
+                  0,
+                  {Dropped},
+                  1,
+                  false,
+                  {TimedOut("req-1"), NoAnswer("req-1"), Error("Maximum number of retries (0) reached.")}},
+        RetryCase{"AllAttemptsUsed",
+                  2,
+                  {Dropped, Dropped, Dropped},
+                  3,
+                  false,
+                  {TimedOut("req-1"), NoAnswer("req-1"), TimedOut("req-2"), NoAnswer("req-2"), TimedOut("req-3"),
+                   NoAnswer("req-3"), Error("Maximum number of retries (2) reached.")}},
+        RetryCase{"AnsweredOnTheLastAttempt",
+                  2,
+                  {Dropped, Refused},
+                  3,
+                  true,
+                  {TimedOut("req-1"), NoAnswer("req-1"), Error("Request ID is empty, retrying")}},
+        RetryCase{"EmptyIdsCountAsAttempts",
+                  1,
+                  {Refused, Refused},
+                  2,
+                  false,
+                  {Error("Request ID is empty, retrying"), Error("Request ID is empty, retrying"),
+                   Error("Maximum number of retries (1) reached.")}},
+        // maxRetries + 1 wraps to zero attempts.
+        RetryCase{"LargestRetryCountSendsNothing",
+                  UINT_MAX,
+                  {},
+                  0,
+                  false,
+                  {Error("Maximum number of retries (4294967295) reached.")}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+struct TimeoutCase {
+    const char* name;
+    std::function<Erv::Docket(Erv::DscAsyncRequestMessenger&)> call;
+    std::string waited;  // as the wait reports it
+    std::string printed; // as the retry loop reports it
+};
+
+void PrintTo(const TimeoutCase& c, std::ostream* os) { *os << c.name; }
+
+class Timeouts : public ::testing::TestWithParam<TimeoutCase> {};
+
+TEST_P(Timeouts, ZeroMeansTheDefaultAndTheLoopPrintsWhatItWasGiven)
+{
+    Rig rig(Short, 0);
+    rig.stack.ScriptNext(Dropped);
+    LogCapture log;
+    EXPECT_FALSE(GetParam().call(rig.engine).IsAnswered());
+    EXPECT_THAT(log.Lines(), ElementsAre(Warn("Timeout (" + GetParam().waited + ") occured for request ID 'req-1'"),
+                                         Error("No response received for ID 'req-1' with timeout " +
+                                               GetParam().printed + ", retrying"),
+                                         Error("Maximum number of retries (0) reached.")));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Durations, Timeouts,
+    ::testing::Values(TimeoutCase{"ZeroIsTheDefault", [](auto& e) { return e.Request("x", pt::seconds(0)); },
+                                  "00:00:00.050000", "00:00:00"},
+                      TimeoutCase{"WithoutTimeOutIsTheDefault", [](auto& e) { return e.GetValue(1, false); },
+                                  "00:00:00.050000", "00:00:00"},
+                      TimeoutCase{"GivenIsUsed", [](auto& e) { return e.Request("x", pt::milliseconds(20)); },
+                                  "00:00:00.020000", "00:00:00.020000"},
+                      TimeoutCase{"NegativeEndsAtOnce", [](auto& e) { return e.Request("x", pt::milliseconds(-5)); },
+                                  "-00:00:00.005000", "-00:00:00.005000"},
+                      // Not a way to wait without limit.
+                      TimeoutCase{"InfinityEndsAtOnce",
+                                  [](auto& e) { return e.Request("x", pt::time_duration(pt::pos_infin)); }, "+infinity",
+                                  "+infinity"},
+                      TimeoutCase{"NotADateTimeEndsAtOnce",
+                                  [](auto& e) { return e.Request("x", pt::time_duration(pt::not_a_date_time)); },
+                                  "not-a-date-time", "not-a-date-time"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Engine, RequestNoLongerRelevantFromTheStartIsSentOnceAndAbandoned)
+{
+    Rig rig(Short, 3);
+    rig.stack.ScriptNext(Dropped);
+    LogCapture log;
+    const Erv::Docket docket = rig.engine.SetConfiguration("<c/>", Short, [] { return false; });
+    EXPECT_FALSE(docket.IsAnswered());
+    EXPECT_EQ(rig.stack.RequestCount(), 1u);
+    EXPECT_THAT(log.AllLines(),
+                ElementsAre(Debug("Request ID is 'req-1'"),
+                            Info("Aborted a LUM request because its result is no longer relevant"),
+                            Warn("Timeout (00:00:00.050000) occured for request ID 'req-1'"),
+                            Debug("returned from waiting for response with ID 'req-1': !isStillRelevant")));
+}
+
+TEST(Engine, RequestThatLosesRelevanceGivesUpAtTheNextWakeUp)
+{
+    Rig rig(Ample, 3);
+    std::atomic<bool> relevant{true};
+    rig.stack.ScriptNext(Held);
+    auto abandoned =
+        InBackground([&] { return rig.engine.SetConfiguration("<c/>", Ample, [&] { return relevant.load(); }); });
+    ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
+    LogCapture log;
+    relevant = false;
+    // Sent only once the first request waits: its answer wakes every waiter.
+    EXPECT_TRUE(rig.engine.Request("other", Ample).IsReplyValid());
+
+    EXPECT_FALSE(abandoned.get().IsAnswered());
+    EXPECT_EQ(rig.stack.RequestCount(), 2u);
+    EXPECT_THAT(log.Lines(), ElementsAre(Info("Aborted a LUM request because its result is no longer relevant"),
+                                         Warn("Timeout (00:00:10) occured for request ID 'req-1'")));
+    EXPECT_THAT(log.AllLines(),
+                Contains(Debug("returned from waiting for response with ID 'req-1': !isStillRelevant")));
+}
+
+TEST(Engine, AnswerAfterTheWaiterGaveUpFindsNoDocket)
+{
+    Rig rig(Short, 0);
+    rig.stack.ScriptNext(Held);
+    EXPECT_FALSE(rig.engine.SetValue(5, AVOVALUE::Byte(1), true).IsAnswered());
+    LogCapture log;
+    EXPECT_EQ(rig.stack.ReleaseHeldAnswers(), 1u);
+    rig.stack.WaitUntilQuiet();
+    EXPECT_THAT(log.AllLines(), ElementsAre(Debug("No docket for response ID 'req-1'")));
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
+}
+
+TEST(Engine, ResponseForAnUnknownIdIsLoggedAndDropped)
+{
+    Rig rig;
+    LogCapture log;
+    rig.stack.InjectAnswer(Stack::Callback::Response, "req-77", "late");
+    rig.stack.InjectAnswer(Stack::Callback::Response, "req-78", "late", Stack::Error{3, "x", "y", "gone"});
+    rig.stack.WaitUntilQuiet();
+    EXPECT_THAT(log.AllLines(),
+                ElementsAre(Debug("No docket for response ID 'req-77'"),
+                            Error("LUM error for request req-78: 3; x; y; response: late"),
+                            Debug("No docket for response ID 'req-78'"), Error("Request req-78: Error 'gone'")));
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
+}
+
+TEST(Engine, SetValueAndIgnoreResponseSendsWithoutWaiting)
+{
+    Rig rig;
+    rig.stack.HoldAnswers(true);
+    LogCapture log;
+    EXPECT_TRUE(rig.engine.SetValueAndIgnoreResponse(8, AVOVALUE::Word(300), true));
+    EXPECT_EQ(rig.stack.StoredValue(8), Text(AVOVALUE::Word(300)));
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
+    rig.stack.ReleaseHeldAnswers();
+    rig.stack.WaitUntilQuiet();
+    rig.stack.ScriptNext(Refused);
+    EXPECT_FALSE(rig.engine.SetValueAndIgnoreResponse(8, AVOVALUE::Word(301), true));
+    EXPECT_EQ(rig.stack.StoredValue(8), Text(AVOVALUE::Word(300)));
+    EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Request ID is 'req-1'"), Debug("No docket for response ID 'req-1'"),
+                                            Debug("Request ID is ''")));
+}
+
+// A reused id keeps the first waiter's entry, and the second waiter erases it when it returns;
+// the first then leaves an empty entry behind at its next look, and an answer for that expired
+// entry changes nothing.
+TEST(Engine, ReusedIdAndExpiredEntry)
+{
+    Rig rig(Ample, 0);
+    std::mutex mutex;
+    std::condition_variable asked;
+    int passes = 0;
+    bool relevant = true;
+    const Erv::BoolReader firstIsRelevant = [&] {
+        std::lock_guard<std::mutex> lock(mutex);
+        ++passes;
+        asked.notify_all();
+        return relevant;
+    };
+    rig.stack.ScriptNext(Held);
+    auto first = InBackground([&] { return rig.engine.SetConfiguration("first", Ample, firstIsRelevant); });
+    ASSERT_TRUE(rig.stack.WaitForHeldAnswers(1));
+
+    Fate reuse = Dropped;
+    reuse.reuseId = true;
+    rig.stack.ScriptNext(reuse);
+    EXPECT_FALSE(rig.engine.SetConfiguration("second", Ample, [] { return false; }).IsAnswered());
+    EXPECT_EQ(rig.stack.LastRequestId(), "req-1");
+
+    int passesBefore = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        passesBefore = passes;
+    }
+    EXPECT_EQ(rig.engine.Request("third", Ample).ReadReply(), "re: third");
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        asked.wait(lock, [&] { return passes > passesBefore; });
+    }
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 1u);
+
+    LogCapture log;
+    ASSERT_TRUE(rig.stack.ReleaseHeldAnswer("req-1"));
+    rig.stack.WaitUntilQuiet();
+    EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Got request for ID 'req-1'.")));
+
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        relevant = false;
+    }
+    EXPECT_TRUE(rig.engine.Request("fourth", Ample).IsAnswered());
+    EXPECT_FALSE(first.get().IsAnswered());
+    EXPECT_EQ(rig.engine.PendingDocketCount(), 0u);
+}
+
+TEST(Engine, SynchronousCallsPassThroughWithoutDockets)
+{
+    Rig rig;
+    const Erv::DscAsyncRequestMessenger::PropertyMap properties{{Kelo::IDeviceStackClient::PropertyType::Unit, {"°C"}}};
+    const Erv::Docket docket = rig.engine.SetConfiguration(12, properties, true);
+    EXPECT_TRUE(docket.IsAnswered());
+    EXPECT_TRUE(docket.IsReplyValid());
+    EXPECT_TRUE(rig.engine.SetDeviceConfig({{"ip", "10.0.0.2"}}));
+    std::string config;
+    EXPECT_TRUE(rig.engine.GetDeviceConfig(config, false));
+    EXPECT_EQ(config, "ip=10.0.0.2\n");
+    EXPECT_TRUE(rig.engine.EnableNativeFormat());
+    EXPECT_EQ(rig.stack.ValueFormat(), "Native");
+    EXPECT_EQ(rig.stack.RequestCount(), 0u);
+}
+
+// Unset while answers stream in: an answer already being handed over completes before the unset
+// returns, and none comes after.
+TEST(Engine, OnceUnsetNoAnswerReachesIt)
+{
+    Rig rig;
+    LogCapture log;
+    std::promise<void> halfway;
+    std::thread sender([&] {
+        for (int i = 0; i < 400; ++i) {
+            if (i == 200)
+                halfway.set_value();
+            rig.engine.SetValueAndIgnoreResponse(1, AVOVALUE::Byte(1), false);
+        }
+    });
+    halfway.get_future().wait();
+    rig.engine.UnsetAsResponseHandler();
+    log.Clear();
+    sender.join();
+    rig.stack.WaitUntilQuiet();
+    for (const LogLine& line : log.AllLines())
+        EXPECT_THAT(line.message, ::testing::StartsWith("Request ID is"));
+}
+
+// Accepts every request and never answers. It starts no thread, so it can serve a death test:
+// neither ThreadSanitizer nor qemu-arm can start threads in a forked child.
+class SilentMessenger : public Erv::RequestMessengerDeviceStack {
+public:
+    void SetResponseHandler(Kelo::IDeviceStackClient::IResponseHandler*) override {}
+    std::string RegisterApplicationAsync(const std::string&, const std::string&, const std::string&) override
+    {
+        return "silent";
+    }
+    std::string SetValueAsync(unsigned long, const AVOVALUE&, bool) override { return "silent"; }
+    std::string GetValueAsync(unsigned long, bool) override { return "silent"; }
+    std::string RequestAsync(const std::string&) override { return "silent"; }
+    std::string SetConfigurationAsync(const std::string&) override { return "silent"; }
+    bool SetConfiguration(unsigned long, const PropertyMap&, bool) override { return false; }
+    bool GetDeviceConfig(std::string&, bool) override { return false; }
+    bool SetDeviceConfig(const std::map<std::string, std::string>&) override { return false; }
+    bool EnableNativeFormat() override { return false; }
+    void EnableInternalValueFormat() override {}
+    void EnableDefaultValueFormat() override {}
+};
+
+TEST(EngineDeathTest, EmptyPredicateFailsItsAssertionWhenFirstAsked)
+{
+    SilentMessenger messenger;
+    Erv::DscAsyncRequestMessenger engine(messenger, Short, 0);
+    EXPECT_DEATH(engine.SetConfiguration("<c/>", Short, Erv::BoolReader()),
+                 "Include/Erv/Function:87: operator\\(\\) ERV_ASSERT2\\(m_storage\\) failed");
+}
+
+// Counts, per calling thread, how often the engine sends.
+class CountingMessenger : public Erv::RemoteRequestMessengerDeviceStack {
+public:
+    using Remote = Erv::RemoteRequestMessengerDeviceStack;
+    using Remote::Remote;
+
+    static unsigned int& Attempts()
+    {
+        thread_local unsigned int attempts = 0;
+        return attempts;
+    }
+
+    std::string RegisterApplicationAsync(const std::string& a, const std::string& b, const std::string& c) override
+    {
+        return ++Attempts(), Remote::RegisterApplicationAsync(a, b, c);
+    }
+    std::string SetValueAsync(unsigned long id, const AVOVALUE& value, bool sendToBus) override
+    {
+        return ++Attempts(), Remote::SetValueAsync(id, value, sendToBus);
+    }
+    std::string GetValueAsync(unsigned long id, bool fromDevice) override
+    {
+        return ++Attempts(), Remote::GetValueAsync(id, fromDevice);
+    }
+    std::string RequestAsync(const std::string& r) override { return ++Attempts(), Remote::RequestAsync(r); }
+    std::string SetConfigurationAsync(const std::string& c) override
+    {
+        return ++Attempts(), Remote::SetConfigurationAsync(c);
+    }
+};
+
+std::string Failure(const std::string& request) { return "simulated failure of " + request; }
+
+struct Tally {
+    int valid = 0;
+    int refused = 0;
+    int unanswered = 0;
+    int abandoned = 0;
+    std::vector<std::string> problems;
+
+    void Expect(bool ok, const std::string& what)
+    {
+        if (!ok)
+            problems.push_back(what);
+    }
+};
+
+// Many callers, every kind of request, every kind of fault at once. What must hold whatever the
+// interleaving: each call returns, an answered docket carries its own request's reply, no call
+// sends more often than the retry count allows, and no docket outlives its request.
+TEST(EngineStress, EveryCallReturnsWithItsOwnAnswer)
+{
+    constexpr int Callers = 8;
+    constexpr int RequestsPerCaller = 500;
+    constexpr unsigned int MaxRetries = 3;
+    const pt::time_duration timeout = pt::milliseconds(25);
+
+    Stack stack(20240611);
+    stack.SetAnswerDelay(std::chrono::microseconds(0), std::chrono::milliseconds(3));
+    Stack::Faults faults;
+    faults.refuse = 0.03;
+    faults.drop = 0.10;
+    faults.error = 0.10;
+    faults.twice = 0.05;
+    faults.late = 0.05;
+    faults.lateDelay = std::chrono::milliseconds(40);
+    stack.SetFaults(faults);
+    CountingMessenger messenger(stack);
+    Erv::DscAsyncRequestMessenger engine(messenger, timeout, MaxRetries);
+    engine.SetAsResponseHandler();
+
+    std::vector<Tally> tallies(Callers);
+    std::vector<std::thread> callers;
+    for (int caller = 0; caller < Callers; ++caller) {
+        callers.emplace_back([&, caller] {
+            Tally& tally = tallies[caller];
+            const unsigned long home = 1000ul + static_cast<unsigned long>(caller);
+            for (int i = 0; i < RequestsPerCaller; ++i) {
+                const std::string tag = std::to_string(caller) + "/" + std::to_string(i);
+                CountingMessenger::Attempts() = 0;
+                std::string reply;                // the reply of this request
+                std::set<std::string> errorTexts; // its possible error descriptions
+                bool mayBeAbandoned = false;
+                Erv::Docket docket;
+                switch (i % 6) {
+                case 0: {
+                    const AVOVALUE value = AVOVALUE::Integer(caller * 100000 + i);
+                    reply = Text(value);
+                    errorTexts = {Failure("SetValue " + std::to_string(home) + " " + reply)};
+                    docket = engine.SetValue(home, value, true);
+                    break;
+                }
+                case 1: {
+                    // Only this caller writes its home object.
+                    const boost::optional<std::string> stored = stack.StoredValue(home);
+                    reply = stored.value_or("");
+                    errorTexts = {Failure("GetValue " + std::to_string(home))};
+                    if (!stored)
+                        errorTexts.insert("object " + std::to_string(home) + " holds no value");
+                    docket = engine.GetValue(home, false);
+                    break;
+                }
+                case 2:
+                    reply = "re: " + tag;
+                    errorTexts = {Failure("Request " + tag)};
+                    docket = engine.Request(tag, i % 4 == 2 ? pt::time_duration() : timeout);
+                    break;
+                case 3:
+                    errorTexts = {Failure("RegisterApplication " + tag)};
+                    docket = engine.RegisterApplication(tag, "1.0", "");
+                    break;
+                case 4:
+                    errorTexts = {Failure("SetConfiguration " + tag)};
+                    mayBeAbandoned = i % 4 == 0;
+                    docket = engine.SetConfiguration(tag, timeout, [mayBeAbandoned] { return !mayBeAbandoned; });
+                    break;
+                case 5:
+                    engine.SetValueAndIgnoreResponse(home + 100, AVOVALUE::Byte(1), false);
+                    tally.Expect(CountingMessenger::Attempts() == 1, tag + " sent more than once");
+                    continue;
+                }
+
+                const unsigned int attempts = CountingMessenger::Attempts();
+                tally.Expect(attempts >= 1 && attempts <= MaxRetries + 1,
+                             tag + " took " + std::to_string(attempts) + " attempts");
+                if (mayBeAbandoned) {
+                    tally.Expect(!docket.IsAnswered(), tag + " answered although no longer relevant");
+                    ++tally.abandoned;
+                    continue;
+                }
+                if (!docket.IsAnswered()) {
+                    tally.Expect(attempts == MaxRetries + 1, tag + " gave up after " + std::to_string(attempts));
+                    ++tally.unanswered;
+                    continue;
+                }
+                tally.Expect(docket.ReadReply() == reply, tag + " got reply '" + docket.ReadReply() + "'");
+                tally.Expect(docket.IsReplyValid() ? docket.ReadDeliveryError().empty()
+                                                   : errorTexts.count(docket.ReadDeliveryError()) != 0,
+                             tag + " got error '" + docket.ReadDeliveryError() + "'");
+                ++(docket.IsReplyValid() ? tally.valid : tally.refused);
+            }
+        });
+    }
+    for (std::thread& caller : callers)
+        caller.join();
+    stack.WaitUntilQuiet();
+    engine.UnsetAsResponseHandler();
+
+    EXPECT_EQ(engine.PendingDocketCount(), 0u);
+    Tally total;
+    for (const Tally& tally : tallies) {
+        EXPECT_THAT(tally.problems, IsEmpty());
+        total.valid += tally.valid;
+        total.refused += tally.refused;
+        total.unanswered += tally.unanswered;
+        total.abandoned += tally.abandoned;
+    }
+    // The faults did happen.
+    EXPECT_GT(total.valid, 0);
+    EXPECT_GT(total.refused, 0);
+    EXPECT_GT(total.abandoned, 0);
+    RecordProperty("valid", total.valid);
+    RecordProperty("errors", total.refused);
+    RecordProperty("unanswered", total.unanswered);
+}
+
+} // namespace

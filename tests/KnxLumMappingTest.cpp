@@ -1,12 +1,17 @@
 // Object-model ids. The walk builds every id of both logical devices with the constructors and then
 // asks the predicates and inverses about every id from 0 to 300000: they must agree with the
 // construction, except for the laxities this layout keeps on purpose, which the expectations name.
+// Then the value types, sub types and default values of the KNX main types.
 #include "ErvObjectModel/KnxLumMapping.h"
+
+#include "AvoValue/AvoValue.h"
 
 #include <boost/optional/optional_io.hpp>
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -302,6 +307,65 @@ TEST(KnxLumMappingEdges, WiderIdsAreCutToTheirLowThirtyTwoBits)
     EXPECT_EQ(KnxLumMapping::GetParameterValueObjModelId(high + 160002), 160003ul);
     EXPECT_EQ(KnxLumMapping::GetLogicalDeviceIdFromObject(high + 200000), Ld2);
     EXPECT_TRUE(KnxLumMapping::IsAppHostAppControlState(high + 100021, Ld1));
+}
+
+// Every main type the object model publishes, grouped by what they share, and no other: the walk
+// counts the main types that have a default.
+TEST(KnxLumMappingLookups, EachMainTypeHasItsValueTypeSubTypeAndDefault)
+{
+    setenv("TZ", "UTC", 1); // the calendar defaults are local time
+    tzset();
+    // 1900 is before what a 32-bit time_t counts: there mktime's -1 (one second before 1970) is kept.
+    const std::string firstOf1900 =
+        sizeof(std::time_t) > 4 ? "13:1900-01-01 00:00:00.00 w1 k0 l1 d0" : "13:1969-12-31 23:59:59.00 w4 k0 l1 d0";
+    const struct {
+        std::vector<unsigned long> mainTypes;
+        const char* ivt;
+        const char* ist;
+        std::string defaultValue;
+    } rows[] = {
+        {{1}, "ivtBool", "istSwitch", "2:false"},
+        {{2, 3, 5, 17, 18, 20, 21, 23, 25, 26, 31, 238}, "ivtByte", "istGeneric", "6:0"},
+        {{6}, "ivtByte", "istSigned8", "6:0"},
+        {{4, 29, 219, 222, 229, 230}, "ivtEmpty", "istGeneric", "1:"},
+        {{7, 22, 200, 201, 202, 217, 237}, "ivtWord", "istGeneric", "7:0"},
+        {{234}, "ivtWord", "istGeneric", "7:23130"}, // "ZZ"
+        {{8}, "ivtInteger", "istSigned16", "4:0"},
+        {{13}, "ivtInteger", "istGeneric", "4:0"},
+        {{9, 14}, "ivtFloat", "istGeneric", "3:0"},
+        {{10}, "ivtDayTime", "istGeneric", "15:2000-01-01 00:00:00.00 w0 k1 l0 d0"},
+        {{11}, "ivtDate", "istGeneric", "11:1990-01-01 00:00:00.00 w1 k0 l1 d0"},
+        {{12, 15, 27, 30, 232}, "ivtDWord", "istGeneric", "8:0"},
+        {{16, 24, 28}, "ivtString", "istGeneric", "10:"},
+        {{19}, "ivtDateTime", "istGeneric", firstOf1900},
+    };
+    for (const auto& row : rows) {
+        for (const unsigned long mainType : row.mainTypes) {
+            const unsigned long dpt = mainType << 16 | 1;
+            EXPECT_EQ(KnxLumMapping::GetIvtFromMainType(mainType), row.ivt) << mainType;
+            EXPECT_EQ(KnxLumMapping::GetIstFromMainType(mainType), row.ist) << mainType;
+            EXPECT_EQ(AVOVALUE::GetNameFromValueType(KnxLumMapping::GetIvtFromDpt(dpt)), row.ivt) << mainType;
+            EXPECT_EQ(KnxLumMapping::GetDefaultValueFromDpt(dpt, false), row.defaultValue) << mainType;
+        }
+    }
+    unsigned int published = 0;
+    for (unsigned long mainType = 0; mainType <= 0xFFFF; ++mainType)
+        published += KnxLumMapping::GetDefaultValueFromDpt(mainType << 16, false) ? 1 : 0;
+    EXPECT_EQ(published, 43u);
+}
+
+TEST(KnxLumMappingLookups, UnknownMainTypesAndTheStatusOverride)
+{
+    EXPECT_EQ(KnxLumMapping::GetIvtFromMainType(32), "Empty");
+    EXPECT_EQ(KnxLumMapping::GetIstFromMainType(32), "Generic");
+    EXPECT_EQ(KnxLumMapping::GetIvtFromMainType(4), "ivtEmpty"); // a row of its own, not the fallback
+    EXPECT_EQ(KnxLumMapping::GetIvtFromDpt(0), ivtEmpty);
+    EXPECT_EQ(KnxLumMapping::GetIvtFromDpt(239u << 16 | 1), ivtEmpty);
+    EXPECT_EQ(KnxLumMapping::GetIvtFromDpt(9u << 16 | 0xFFFF), ivtFloat); // the sub number is not looked at
+    EXPECT_EQ(KnxLumMapping::GetDefaultValueFromDpt(6ul << 16 | 20, false), std::string("6:1"));
+    EXPECT_EQ(KnxLumMapping::GetDefaultValueFromDpt(6ul << 16 | 20, true), std::string("6.7:1"));
+    EXPECT_EQ(KnxLumMapping::GetDefaultValueFromDpt(6ul << 16 | 10, false), std::string("6:0"));
+    EXPECT_EQ(KnxLumMapping::GetDefaultValueFromDpt(33ul << 16 | 1, false), boost::none);
 }
 
 } // namespace
