@@ -148,10 +148,11 @@ private:
     {
         const unsigned long number = text.Number();
         const boost::optional<AVOVALUE> value = Erv::GroupValueToAvoValue(groupValue, number);
-        if (Erv::KnxLumMapping::GetIvtFromDpt(static_cast<unsigned int>(number)) == ivtEmpty)
-            return Unknown(out);
-        if (!value)
-            return Refused(out);
+        if (!value) {
+            // A main number without a row in the library's lookups has no default value either.
+            const bool known = Erv::KnxLumMapping::GetDefaultValueFromDpt(number, false).has_value();
+            return known ? Refused(out) : Unknown(out);
+        }
         Fill(*value, Erv::KnxLumMapping::GetIstFromMainType(text.main), out);
     }
 
@@ -167,9 +168,12 @@ private:
         out.message = m_messages.Joined("the library refused the value without a message");
     }
 
-    static void Fill(const AVOVALUE& value, std::string subType, Decoded& out)
+    void Fill(const AVOVALUE& value, std::string subType, Decoded& out) const
     {
         out.outcome = Outcome::Decoded;
+        // A value can come through and still be worth a word from the library.
+        if (!m_messages.Lines().empty())
+            out.message = m_messages.Joined("");
         out.type = AVOVALUE::GetNameFromValueType(value.ivt);
         out.subType = std::move(subType);
         out.value = value.ToString();
@@ -215,6 +219,8 @@ int DecodeOne(const Invocation& invocation, Decoder& decoder, const std::vector<
         .Add("value", decoded.value)
         .Add("serialized", decoded.serialized)
         .Print(*invocation.out, invocation.common.format);
+    if (!decoded.message.empty())
+        *invocation.err << "ervom decode: the library logged: " << decoded.message << '\n';
     return ExitSuccess;
 }
 

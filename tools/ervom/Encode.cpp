@@ -31,12 +31,15 @@ const CommandHelp Help = {
     "  ervom encode 16.001 Hello world           14-byte text\n"
     "  ervom encode 19.001 2024-03-01 12:00:00   date and time\n"
     "  ervom encode --by-number 3.007 11         a dimming step (the DPT table takes none)\n"
-    "  ervom encode --by-number 7.001 70000      clamped by the direct mapping (see --log-level WARN)\n"
+    "  ervom encode --by-number 8.001 -40000     clamped by the direct mapping, which says so\n"
     "  ervom encode 0 --serialized 10:Hi --bits 8\n"};
 
 void PrintResult(const Invocation& invocation, const std::string& dpt, const KnxStack::GroupValue& groupValue,
                  const AVOVALUE& value)
 {
+    // A value can go out and still be worth a word, e.g. a number the direct mapping clamped.
+    if (!invocation.messages->Lines().empty())
+        *invocation.err << "ervom encode: the library logged: " << invocation.messages->Joined("") << '\n';
     const std::string bytes = groupValue.GetRawData().ToString();
     if (invocation.common.format == Format::Human) {
         *invocation.out << bytes << '\n';
@@ -58,13 +61,15 @@ int Refused(const Invocation& invocation)
     return ExitRefused;
 }
 
-int Unknown(const Invocation& invocation, const std::string& dpt)
+// `consequence` says what the library does with a value for a DPT it does not know.
+int Unknown(const Invocation& invocation, const std::string& dpt, const char* consequence)
 {
     *invocation.err << "ervom encode: unknown DPT " << dpt << ": "
-                    << invocation.messages->Joined("the library has no entry for this DPT")
-                    << " (the library would accept any value unchecked and write no bytes)\n";
+                    << invocation.messages->Joined("the library has no entry for this DPT") << consequence << '\n';
     return ExitRefused;
 }
+
+const char* const AcceptedUnchecked = " (the library would accept any value unchecked and write no bytes)";
 
 int ByTable(const Invocation& invocation, const DptText& text, const std::string& valueText, bool serialized,
             unsigned bits)
@@ -88,7 +93,7 @@ int ByTable(const Invocation& invocation, const DptText& text, const std::string
             return Refused(invocation);
         Erv::KnxValueConverter::GetDefaultMappingDptForValueType(chosen, value);
         if (&converter.GetEntry(chosen) == &Erv::GetDefaultDptValueEntry())
-            return Unknown(invocation, ToString(chosen));
+            return Unknown(invocation, ToString(chosen), AcceptedUnchecked);
         PrintResult(invocation, ToString(chosen), groupValue, value);
         return ExitSuccess;
     }
@@ -97,7 +102,7 @@ int ByTable(const Invocation& invocation, const DptText& text, const std::string
     messages.Clear();
     const Erv::DptValueEntry& entry = converter.GetEntry(dpt);
     if (&entry == &Erv::GetDefaultDptValueEntry())
-        return Unknown(invocation, ToString(dpt));
+        return Unknown(invocation, ToString(dpt), AcceptedUnchecked);
     dpt.bitSize = entry.GetDpt().bitSize;
     const AVOVALUE value = serialized ? ParseSerialized(valueText) : ParseValue(valueText, entry.GetValueType());
     messages.Clear();
@@ -120,8 +125,11 @@ int ByNumber(const Invocation& invocation, const DptText& text, const std::strin
         value = ParseValue(valueText, type);
     invocation.messages->Clear();
     const boost::optional<KnxStack::GroupValue> groupValue = Erv::AvoValueToGroupValue(value, number);
-    if (!groupValue)
-        return type == ivtEmpty ? Unknown(invocation, ToString(text.ToKnxDpt(0))) : Refused(invocation);
+    if (!groupValue) {
+        // A main number without a row in the library's lookups has no default value either.
+        const bool known = Erv::KnxLumMapping::GetDefaultValueFromDpt(number, false).has_value();
+        return known ? Refused(invocation) : Unknown(invocation, ToString(text.ToKnxDpt(0)), "");
+    }
     PrintResult(invocation, ToString(text.ToKnxDpt(0)), *groupValue, value);
     return ExitSuccess;
 }
