@@ -38,7 +38,7 @@ const CommandHelp Help = {
     "  ervom simulate\n"
     "  ervom simulate --threads 8 --requests 10000 --latency 0-3 --drop 10 --error 10\n"
     "  ervom simulate --drop 100 --timeout 5 --retries 2 --requests 10\n"
-    "  ervom simulate --latency 50 --relevance 10 --requests 8\n"};
+    "  ervom simulate --threads 2 --latency 50 --relevance 10 --requests 8\n"};
 
 std::atomic<bool> g_interrupted{false};
 
@@ -88,14 +88,19 @@ struct Tally {
     std::vector<double> latencies; // microseconds
 };
 
+// The object caller `index` sets and gets.
+unsigned long ObjectOf(unsigned index)
+{
+    const auto ld = Erv::LogicalDeviceId::Of<1>();
+    return Erv::KnxLumMapping::GetCoValueObjModelId(static_cast<unsigned short>(index % 4095 + 1), ld).value_or(0);
+}
+
 // One caller thread: its own object, its turn of request kinds.
 void Caller(Erv::DscAsyncRequestMessenger& engine, const Settings& settings, unsigned index, unsigned count,
             std::atomic<unsigned long>& done, Tally& tally)
 {
     using Clock = std::chrono::steady_clock;
-    const auto ld = Erv::LogicalDeviceId::Of<1>();
-    const unsigned long object =
-        Erv::KnxLumMapping::GetCoValueObjModelId(static_cast<unsigned short>(index % 4095 + 1), ld).value_or(0);
+    const unsigned long object = ObjectOf(index);
     const boost::posix_time::time_duration timeout = boost::posix_time::milliseconds(settings.timeout);
     tally.latencies.reserve(count);
     for (unsigned i = 0; i < count && !g_interrupted; ++i) {
@@ -110,7 +115,7 @@ void Caller(Erv::DscAsyncRequestMessenger& engine, const Settings& settings, uns
             return stillRelevant;
         };
         Erv::Docket docket;
-        switch (i % 4) {
+        switch ((i + index) % 4) { // the threads start at different kinds, so a short run sees them all
         case 0: docket = engine.SetValue(object, AVOVALUE::Float(20.0 + i % 50 / 10.0), true); break;
         case 1: docket = engine.GetValue(object, false); break;
         case 2: docket = engine.Request("status " + std::to_string(index) + "." + std::to_string(i), timeout); break;
@@ -194,6 +199,12 @@ int RunSimulate(const Invocation& invocation)
     faults.drop = settings.drop / 100;
     faults.error = settings.error / 100;
     stack.SetFaults(faults);
+
+    // Every caller's object has a value before the first get, as on a device that has run a while.
+    std::string initial;
+    AVOVALUE::Float(20.0).Serialize(initial, false);
+    for (unsigned t = 0; t < settings.threads; ++t)
+        stack.StoreValue(ObjectOf(t), initial);
 
     Erv::RemoteRequestMessengerDeviceStack messenger(stack);
     Erv::DscAsyncRequestMessenger engine(messenger, boost::posix_time::milliseconds(settings.timeout),
