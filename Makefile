@@ -33,14 +33,10 @@ BUILD_RELEASE ?= build-release
 HOST_ARGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_WERROR=ON
 # Unoptimised: compiles faster, and the sanitizers see every access as written.
 ASAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=address,undefined \
-<<<<<<< HEAD
   -DERV_BUILD_BENCHMARKS=OFF
-=======
-  -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
 TSAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=thread -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
 # The code whose threads meet: the engine, the adapter and the simulated device stack.
 TSAN_TARGETS := DscAsyncRequestMessengerTest RequestMessengerDeviceStackTest
->>>>>>> main
 ARMHF_ARGS := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
 RELEASE_ARGS := -DCMAKE_BUILD_TYPE=Release -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF
