@@ -84,6 +84,7 @@ struct OperationCase {
     std::string reply;
 };
 
+void PrintTo(const OperationCase& c, std::ostream* os) { *os << c.name; }
 class AnsweredOperation : public ::testing::TestWithParam<OperationCase> {};
 
 TEST_P(AnsweredOperation, ReturnsTheAnswerFiledUnderItsRequestId)
@@ -118,6 +119,7 @@ struct CallbackCase {
     std::string filed;
 };
 
+void PrintTo(const CallbackCase& c, std::ostream* os) { *os << c.name; }
 class AnswerThrough : public ::testing::TestWithParam<std::tuple<CallbackCase, bool>> {};
 
 // Whatever callback an answer comes through, it fills the docket of its id; an error answer is an
@@ -169,7 +171,6 @@ public:
             m_changed.notify_all();
         });
     }
-
     std::string SetValueAsync(unsigned long id, const AVOVALUE& value, bool sendToBus) override
     {
         const std::string requestId = RemoteRequestMessengerDeviceStack::SetValueAsync(id, value, sendToBus);
@@ -214,22 +215,27 @@ struct RetryCase {
     std::size_t attempts;
     bool answered;
     std::vector<LogLine> lines;
+    pt::time_duration given; // zero: SetValue, which takes none
 };
 
+void PrintTo(const RetryCase& c, std::ostream* os) { *os << c.name; }
 class Retries : public ::testing::TestWithParam<RetryCase> {};
 
-TEST_P(Retries, EveryAttemptCountsAndTheCountIsKept)
+TEST_P(Retries, EveryAttemptCountsAndTheLoopPrintsTheTimeOutItWasGiven)
 {
     const RetryCase& c = GetParam();
     Rig rig(Short, c.maxRetries);
     for (const Fate& fate : c.fates)
         rig.stack.ScriptNext(fate);
     LogCapture log;
-    EXPECT_EQ(rig.engine.SetValue(3, AVOVALUE::Byte(9), false).IsAnswered(), c.answered);
+    const Erv::Docket docket =
+        c.given.is_zero() ? rig.engine.SetValue(3, AVOVALUE::Byte(9), false) : rig.engine.Request("x", c.given);
+    EXPECT_EQ(docket.IsAnswered(), c.answered);
     EXPECT_EQ(rig.stack.RequestCount(), c.attempts);
     EXPECT_EQ(log.Lines(), c.lines);
 }
 
+// Special durations are not a way to wait without limit: they end the wait at once.
 // clang-format off
 INSTANTIATE_TEST_SUITE_P(Counts, Retries, ::testing::Values(
     RetryCase{"NoRetryMeansOneAttempt", 0, {Dropped}, 1, false, {TimedOut("req-1"), NoAnswer("req-1"), GaveUp("0")}},
@@ -239,37 +245,15 @@ INSTANTIATE_TEST_SUITE_P(Counts, Retries, ::testing::Values(
     RetryCase{"AnsweredOnTheLastAttempt", 2, {Dropped, Refused}, 3, true, {TimedOut("req-1"), NoAnswer("req-1"), EmptyId}},
     RetryCase{"EmptyIdsCountAsAttempts", 1, {Refused, Refused}, 2, false, {EmptyId, EmptyId, GaveUp("1")}},
     // maxRetries + 1 wraps to zero attempts.
-    RetryCase{"LargestRetryCountSendsNothing", UINT_MAX, {}, 0, false, {GaveUp("4294967295")}}),
+    RetryCase{"LargestRetryCountSendsNothing", UINT_MAX, {}, 0, false, {GaveUp("4294967295")}},
+    RetryCase{"GivenTimeOutIsUsed", 0, {Dropped}, 1, false,
+              {TimedOut("req-1", "00:00:00.020000"), NoAnswer("req-1", "00:00:00.020000"), GaveUp("0")}, pt::milliseconds(20)},
+    RetryCase{"InfinityEndsAtOnce", 0, {Dropped}, 1, false,
+              {TimedOut("req-1", "+infinity"), NoAnswer("req-1", "+infinity"), GaveUp("0")}, pt::time_duration(pt::pos_infin)},
+    RetryCase{"NotADateTimeEndsAtOnce", 0, {Dropped}, 1, false,
+              {TimedOut("req-1", "not-a-date-time"), NoAnswer("req-1", "not-a-date-time"), GaveUp("0")},
+              pt::time_duration(pt::not_a_date_time)}),
     NameOf<RetryCase>);
-// clang-format on
-
-struct TimeoutCase {
-    const char* name;
-    pt::time_duration given;
-    std::string waited;  // as the wait reports it
-    std::string printed; // as the retry loop reports it
-};
-
-class Timeouts : public ::testing::TestWithParam<TimeoutCase> {};
-
-TEST_P(Timeouts, ZeroMeansTheDefaultAndTheLoopPrintsWhatItWasGiven)
-{
-    Rig rig(Short, 0);
-    rig.stack.ScriptNext(Dropped);
-    LogCapture log;
-    EXPECT_FALSE(rig.engine.Request("x", GetParam().given).IsAnswered());
-    EXPECT_THAT(log.Lines(),
-                ElementsAre(TimedOut("req-1", GetParam().waited), NoAnswer("req-1", GetParam().printed), GaveUp("0")));
-}
-
-// Special durations are not a way to wait without limit: they end the wait at once.
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Durations, Timeouts, ::testing::Values(
-    TimeoutCase{"ZeroIsTheDefault", pt::seconds(0), "00:00:00.050000", "00:00:00"},
-    TimeoutCase{"GivenIsUsed", pt::milliseconds(20), "00:00:00.020000", "00:00:00.020000"},
-    TimeoutCase{"InfinityEndsAtOnce", pt::time_duration(pt::pos_infin), "+infinity", "+infinity"},
-    TimeoutCase{"NotADateTimeEndsAtOnce", pt::time_duration(pt::not_a_date_time), "not-a-date-time", "not-a-date-time"}),
-    NameOf<TimeoutCase>);
 // clang-format on
 
 const LogLine Aborted = Info("Aborted a LUM request because its result is no longer relevant");
@@ -468,74 +452,55 @@ TEST(EngineStress, EveryCallReturnsWithItsOwnAnswer)
     Engine engine(messenger, timeout, MaxRetries);
     engine.SetAsResponseHandler();
 
-    struct Tally {
-        int valid = 0, refused = 0, abandoned = 0;
-        std::vector<std::string> problems;
-        void Expect(bool ok, const std::string& what) { ok ? void() : problems.push_back(what); }
+    struct Call {
+        Erv::Docket docket;
+        std::string reply;
+        std::set<std::string> errors; // the possible error descriptions
     };
     const auto failure = [](const std::string& request) { return "simulated failure of " + request; };
-    std::vector<Tally> tallies(Callers);
+    std::atomic<int> valid{0}, refused{0}, abandoned{0};
+    std::vector<std::vector<std::string>> problems(Callers);
     std::vector<std::thread> callers;
     for (int caller = 0; caller < Callers; ++caller) {
         callers.emplace_back([&, caller] {
-            Tally& tally = tallies[caller];
+            const auto expect = [&](bool ok, const std::string& what) { ok ? void() : problems[caller].push_back(what); };
             const unsigned long home = 1000ul + static_cast<unsigned long>(caller);
             const std::string homeText = std::to_string(home);
             for (int i = 0; i < RequestsPerCaller; ++i) {
                 const std::string tag = std::to_string(caller) + "/" + std::to_string(i);
+                const bool abandon = i % 6 == 4 && i % 4 == 0;
+                const AVOVALUE value = AVOVALUE::Integer(caller * 100000 + i);
+                const boost::optional<std::string> stored = stack.StoredValue(home); // only this caller writes it
                 CountingMessenger::Attempts() = 0;
-                std::string reply;                // the reply of this request
-                std::set<std::string> errorTexts; // its possible error descriptions
-                const bool mayBeAbandoned = i % 6 == 4 && i % 4 == 0;
-                Erv::Docket docket;
+                Call call;
+                // clang-format off
                 switch (i % 6) {
-                case 0: {
-                    const AVOVALUE value = AVOVALUE::Integer(caller * 100000 + i);
-                    reply = Text(value);
-                    errorTexts = {failure("SetValue " + homeText + " " + reply)};
-                    docket = engine.SetValue(home, value, true);
-                    break;
-                }
-                case 1: { // only this caller writes its home object
-                    const boost::optional<std::string> stored = stack.StoredValue(home);
-                    reply = stored.value_or("");
-                    errorTexts = {failure("GetValue " + homeText)};
-                    if (!stored)
-                        errorTexts.insert("object " + homeText + " holds no value");
-                    docket = engine.GetValue(home, false);
-                    break;
-                }
-                case 2:
-                    reply = "re: " + tag;
-                    errorTexts = {failure("Request " + tag)};
-                    docket = engine.Request(tag, i % 4 == 2 ? pt::time_duration() : timeout);
-                    break;
-                case 3:
-                    errorTexts = {failure("RegisterApplication " + tag)};
-                    docket = engine.RegisterApplication(tag, "1.0", "");
-                    break;
-                case 4:
-                    errorTexts = {failure("SetConfiguration " + tag)};
-                    docket = engine.SetConfiguration(tag, timeout, [mayBeAbandoned] { return !mayBeAbandoned; });
-                    break;
+                case 0: call = {engine.SetValue(home, value, true), Text(value), {failure("SetValue " + homeText + " " + Text(value))}}; break;
+                case 1: call = {engine.GetValue(home, false), stored.value_or(""),
+                                {failure("GetValue " + homeText), stored ? failure("GetValue " + homeText) : "object " + homeText + " holds no value"}}; break;
+                case 2: call = {engine.Request(tag, i % 4 == 2 ? pt::time_duration() : timeout), "re: " + tag, {failure("Request " + tag)}}; break;
+                case 3: call = {engine.RegisterApplication(tag, "1.0", ""), "", {failure("RegisterApplication " + tag)}}; break;
+                case 4: call = {engine.SetConfiguration(tag, timeout, [abandon] { return !abandon; }), "", {failure("SetConfiguration " + tag)}}; break;
                 case 5:
                     engine.SetValueAndIgnoreResponse(home + 100, AVOVALUE::Byte(1), false);
-                    tally.Expect(CountingMessenger::Attempts() == 1, tag + " sent more than once");
+                    expect(CountingMessenger::Attempts() == 1, tag + " sent more than once");
                     continue;
                 }
+                // clang-format on
+                const Erv::Docket& docket = call.docket;
                 const unsigned int attempts = CountingMessenger::Attempts();
-                tally.Expect(attempts >= 1 && attempts <= MaxRetries + 1, tag + " took " + std::to_string(attempts));
-                if (mayBeAbandoned) {
-                    tally.Expect(!docket.IsAnswered(), tag + " answered although no longer relevant");
-                    ++tally.abandoned;
+                expect(attempts >= 1 && attempts <= MaxRetries + 1, tag + " took " + std::to_string(attempts));
+                if (abandon) {
+                    expect(!docket.IsAnswered(), tag + " answered although no longer relevant");
+                    ++abandoned;
                 } else if (!docket.IsAnswered()) {
-                    tally.Expect(attempts == MaxRetries + 1, tag + " gave up after " + std::to_string(attempts));
+                    expect(attempts == MaxRetries + 1, tag + " gave up after " + std::to_string(attempts));
                 } else {
-                    tally.Expect(docket.ReadReply() == reply, tag + " got reply '" + docket.ReadReply() + "'");
-                    tally.Expect(docket.IsReplyValid() ? docket.ReadDeliveryError().empty()
-                                                       : errorTexts.count(docket.ReadDeliveryError()) != 0,
-                                 tag + " got error '" + docket.ReadDeliveryError() + "'");
-                    ++(docket.IsReplyValid() ? tally.valid : tally.refused);
+                    expect(docket.ReadReply() == call.reply, tag + " got reply '" + docket.ReadReply() + "'");
+                    expect(docket.IsReplyValid() ? docket.ReadDeliveryError().empty()
+                                                 : call.errors.count(docket.ReadDeliveryError()) != 0,
+                           tag + " got error '" + docket.ReadDeliveryError() + "'");
+                    ++(docket.IsReplyValid() ? valid : refused);
                 }
             }
         });
@@ -546,17 +511,12 @@ TEST(EngineStress, EveryCallReturnsWithItsOwnAnswer)
     engine.UnsetAsResponseHandler();
 
     EXPECT_EQ(engine.PendingDocketCount(), 0u);
-    Tally total;
-    for (const Tally& tally : tallies) {
-        EXPECT_THAT(tally.problems, IsEmpty());
-        total.valid += tally.valid;
-        total.refused += tally.refused;
-        total.abandoned += tally.abandoned;
-    }
+    for (const auto& mine : problems)
+        EXPECT_THAT(mine, IsEmpty());
     // The faults did happen.
-    EXPECT_GT(total.valid, 0);
-    EXPECT_GT(total.refused, 0);
-    EXPECT_GT(total.abandoned, 0);
+    EXPECT_GT(valid, 0);
+    EXPECT_GT(refused, 0);
+    EXPECT_GT(abandoned, 0);
 }
 
 } // namespace

@@ -101,11 +101,20 @@ TEST(GroupValueAvoValue, EveryMainTypeBothWays)
         {AVOVALUE::DWord(0x89ABCDEF), Dpt(12, 1), Bus(32, {0x89, 0xAB, 0xCD, 0xEF})},            // U32
         {AVOVALUE::Integer(-2), Dpt(13, 1), Bus(32, {0xFF, 0xFF, 0xFF, 0xFE})},                  // V32
         {AVOVALUE::Float(1.5), Dpt(14, 68), Bus(32, {0x3F, 0xC0, 0x00, 0x00})},                  // IEEE single
+        {AVOVALUE::DWord(0x12345681), Dpt(15, 0), Bus(32, {0x12, 0x34, 0x56, 0x81})},            // U4 x6 B4 N4
         {AVOVALUE::String("Hello"), Dpt(16, 0), Text14("Hello")},                                // A112
         {AVOVALUE::Byte(63), Dpt(17, 1), Bus(8, {0x3F})},                                        // r2U6
+        {AVOVALUE::Byte(0x81), Dpt(18, 1), Bus(8, {0x81})},                                      // B1r1U6: learn
         {Time(ivtDateTime, {2024, 3, 1, 12, 30, 15, 0, WD_FRIDAY, 0, true}), Dpt(19, 1),         // U8 year - 1900, ...
          Bus(64, {124, 3, 1, 5 << 5 | 12, 30, 15, 0x20, 0x00})},                                 // N3U5 Friday; NWD
+        {AVOVALUE::Byte(2), Dpt(20, 102), Bus(8, {0x02})},                                       // N8: standby
+        {AVOVALUE::Byte(0x05), Dpt(21, 1), Bus(8, {0x05})},                                      // B8
+        {AVOVALUE::Word(0x0102), Dpt(22, 101), Bus(16, {0x01, 0x02}), 2},                        // B16
+        {AVOVALUE::Byte(0x45), Dpt(26, 1), Bus(8, {0x45})},                                      // r1B1U6
+        {AVOVALUE::DWord(0x00030001), Dpt(27, 1), Bus(32, {0x00, 0x03, 0x00, 0x01})},            // B32
+        {AVOVALUE::Word(0x0842), Dpt(217, 1), Bus(16, {0x08, 0x42}), 2},                         // U5U5U6: 1.1.2
         {AVOVALUE::DWord(0x123456), Dpt(232, 600), Bus(24, {0x12, 0x34, 0x56})},                 // U8U8U8
+        {AVOVALUE::Word(0x656E), Dpt(234, 1), Bus(16, {'e', 'n'}), 2},                           // A8A8
         {AVOVALUE::Word(0x8012), Dpt(237, 600), Bus(16, {0x80, 0x12}), 2},                       // B10U6
         {AVOVALUE::Byte(0x43), Dpt(238, 600), Bus(8, {0x43})},                                   // B2U6
     };
