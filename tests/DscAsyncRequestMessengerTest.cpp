@@ -215,7 +215,7 @@ struct RetryCase {
     std::size_t attempts;
     bool answered;
     std::vector<LogLine> lines;
-    pt::time_duration given; // zero: SetValue, which takes none
+    pt::time_duration given{}; // zero: SetValue, which takes none
 };
 
 void PrintTo(const RetryCase& c, std::ostream* os) { *os << c.name; }
