@@ -35,21 +35,18 @@ static_assert(std::is_same_v<decltype(KnxLumMapping::GetCoNumberFromObjModelId(0
 static_assert(std::is_same_v<decltype(KnxLumMapping::GetCoChannelObjModelId(0, Ld1)),
                              boost::optional<unsigned long>>);
 
-std::string Show(bool value) { return value ? "true" : "false"; }
 std::string Show(const char* value) { return value; }
-std::string Show(unsigned long value) { return std::to_string(value); }
-std::string Show(unsigned int value) { return std::to_string(value); }
-std::string Show(unsigned short value) { return std::to_string(value); }
-std::string Show(unsigned char value) { return std::to_string(value); }
-std::string Show(LogicalDeviceId value) { return "ld" + std::to_string(value.Get()); }
-std::string Show(ParameterType value)
+template <class T>
+std::string Show(const T& value)
 {
-    switch (value) {
-    case ParameterType::Ip: return "Ip";
-    case ParameterType::Number: return "Number";
-    case ParameterType::Text: return "Text";
-    }
-    return "ParameterType(" + std::to_string(static_cast<int>(value)) + ")";
+    if constexpr (std::is_same_v<T, bool>)
+        return value ? "true" : "false";
+    else if constexpr (std::is_same_v<T, LogicalDeviceId>)
+        return "ld" + std::to_string(value.Get());
+    else if constexpr (std::is_enum_v<T>)
+        return "type " + std::to_string(static_cast<int>(value));
+    else
+        return std::to_string(value);
 }
 template <class T>
 std::string Show(const boost::optional<T>& value)
@@ -216,71 +213,33 @@ struct EdgeCase {
 TEST(KnxLumMappingEdges, AgreeWithTheLayout)
 {
     const auto outside = [](int raw) { return static_cast<ParameterType>(raw); };
+    // Where the layout puts each kind of id; the walk checks the rest against these.
     const EdgeCase cases[] = {
         ERV_EDGE(GetDeviceObjModelId(), "1000"),
         ERV_EDGE(GetKnxDeviceObjModelId(), "1000"),
         ERV_EDGE(GetLogicalKnxDeviceObjModelId(Ld2), "200000"),
-        ERV_EDGE(GetLastObjModelId(Ld1), "199999"),
         ERV_EDGE(GetLastObjModelId(Ld2), "299999"),
         ERV_EDGE(GetAppHostAppControlChannelObjModelId(Ld2), "200020"),
         ERV_EDGE(GetAppHostAppControlStateObjModelId(Ld1), "100021"),
-        ERV_EDGE(GetAppHostAppControlEventObjModelId(Ld2), "200022"),
-        ERV_EDGE(GetAppHostAppControlAliveObjModelId(Ld1), "100023"),
         ERV_EDGE(GetAppHostAppControlAppDebugObjModelId(Ld2), "200024"),
-        ERV_EDGE(IsAnyLogicalKnxDeviceId(99999), "false"),
-        ERV_EDGE(IsAnyLogicalKnxDeviceId(100000), "true"),
-        ERV_EDGE(IsCoChannel(100100), "true"),
-        ERV_EDGE(IsCoChannel(100099), "false"),
-        ERV_EDGE(IsCoChannel(108288), "true"),
-        ERV_EDGE(IsCoChannel(108290), "false"),
-        ERV_EDGE(IsCoChannel(100101), "false"),
-        ERV_EDGE(IsCoValue(0), "false"),
-        ERV_EDGE(IsCoValue(100101), "true"),
         ERV_EDGE(GetCoChannelObjModelId(0, Ld1), "100098"),
-        ERV_EDGE(GetCoChannelObjModelId(1, Ld1), "100100"),
         ERV_EDGE(GetCoChannelObjModelId(4095, Ld1), "108288"),
-        ERV_EDGE(GetCoChannelObjModelId(4096, Ld1), "none"),
-        ERV_EDGE(GetCoNumberFromObjModelId(100101, Ld1), "1"),
-        ERV_EDGE(GetCoNumberFromObjModelId(100100, Ld1), "none"),
-        ERV_EDGE(GetCoNumberFromObjModelId(100101, Ld2), "50001"),
         ERV_EDGE(GetCoNumberFromObjModelId(108289, Ld2), "54095"),
-        ERV_EDGE(IsParameterChannel(159999), "false"),
-        ERV_EDGE(IsParameterChannel(160000), "false"),
-        ERV_EDGE(IsParameterChannel(160001), "false"),
-        ERV_EDGE(IsParameterChannel(160002), "true"),
-        ERV_EDGE(IsParameterChannel(160003), "true"),
-        ERV_EDGE(IsParameterChannel(160200), "true"),
-        ERV_EDGE(IsParameterChannel(160202), "false"),
-        ERV_EDGE(IsParameterChannel(170400), "true"),
-        ERV_EDGE(IsParameterChannel(170402), "false"),
-        ERV_EDGE(IsParameterChannel(180000), "true"),
-        ERV_EDGE(IsParameterChannel(181000), "true"),
-        ERV_EDGE(IsParameterChannel(181002), "false"),
-        ERV_EDGE(IsParameterChannel(200020), "true"),
-        ERV_EDGE(GetParameterTypeFromObjModelId(170002, Ld1), "Number"),
-        ERV_EDGE(GetParameterTypeFromObjModelId(160002, Ld2), "none"),
-        ERV_EDGE(GetParameterTypeFromObjModelId(200020, Ld2), "none"),
-        ERV_EDGE(GetParameterNumberFromObjModelId(160200, Ld1), "100"),
         ERV_EDGE(GetParameterNumberFromObjModelId(181000, Ld1), "244"),
         ERV_EDGE(GetIpParameterValueObjModelId(100, Ld1), "160201"),
-        ERV_EDGE(GetIpParameterValueObjModelId(101, Ld1), "none"),
         ERV_EDGE(GetNumberParameterValueObjModelId(200, Ld2), "270401"),
         ERV_EDGE(GetTextParameterValueObjModelId(500, Ld2), "281001"),
-        ERV_EDGE(GetLogicalDeviceIdFromObject(1000), "none"),
-        ERV_EDGE(GetLogicalDeviceIdFromObject(100000), "ld1"),
-        ERV_EDGE(GetLogicalDeviceIdFromObject(299999), "ld2"),
-        ERV_EDGE(GetLogicalDeviceIdFromObject(300000), "none"),
+        ERV_EDGE(IsParameterChannel(200020), "true"),
         ERV_EDGE(GetMaxParametersOfType(outside(3)), "0"),
         ERV_EDGE(GetParameterChannelObjModelId(0, Ld1, outside(3)), "190000"),
         ERV_EDGE(GetParameterChannelObjModelId(1, Ld1, outside(3)), "none"),
         // A type far outside the enumeration wraps at 2^32 on every platform.
         ERV_EDGE(GetParameterChannelObjModelId(0, Ld1, outside(-1)), "150000"),
         ERV_EDGE(GetParameterValueObjModelId(0, Ld1, outside(500000)), "705192705"),
-        // Beyond logical device 2 the blocks repeat the layout.
+        // Beyond logical device 2 the blocks repeat the layout, up to the last block below 2^32.
         ERV_EDGE(GetCoNumberFromObjModelId(300101, Ld2), "50001"),
         ERV_EDGE(GetParameterNumberFromObjModelId(320002, Ld1), "1"),
         ERV_EDGE(GetParameterTypeFromObjModelId(320002, Ld2), "none"),
-        // The last block below 2^32.
         ERV_EDGE(IsAnyLogicalKnxDeviceId(4294967295ul), "true"),
         ERV_EDGE(GetCoValueObjModelId(4294900100ul), "4294900101"),
         ERV_EDGE(GetCoNumberFromObjModelId(4294908289ul, Ld1), "4095"),
@@ -309,8 +268,8 @@ TEST(KnxLumMappingEdges, WiderIdsAreCutToTheirLowThirtyTwoBits)
     EXPECT_TRUE(KnxLumMapping::IsAppHostAppControlState(high + 100021, Ld1));
 }
 
-// Every main type the object model publishes, grouped by what they share, and no other: the walk
-// counts the main types that have a default.
+// The main types the object model publishes, grouped by what they share; the count catches one
+// missing or added.
 TEST(KnxLumMappingLookups, EachMainTypeHasItsValueTypeSubTypeAndDefault)
 {
     setenv("TZ", "UTC", 1); // the calendar defaults are local time
@@ -318,6 +277,7 @@ TEST(KnxLumMappingLookups, EachMainTypeHasItsValueTypeSubTypeAndDefault)
     // 1900 is before what a 32-bit time_t counts: there mktime's -1 (one second before 1970) is kept.
     const std::string firstOf1900 =
         sizeof(std::time_t) > 4 ? "13:1900-01-01 00:00:00.00 w1 k0 l1 d0" : "13:1969-12-31 23:59:59.00 w4 k0 l1 d0";
+    // clang-format off
     const struct {
         std::vector<unsigned long> mainTypes;
         const char* ivt;
@@ -325,20 +285,21 @@ TEST(KnxLumMappingLookups, EachMainTypeHasItsValueTypeSubTypeAndDefault)
         std::string defaultValue;
     } rows[] = {
         {{1}, "ivtBool", "istSwitch", "2:false"},
-        {{2, 3, 5, 17, 18, 20, 21, 23, 25, 26, 31, 238}, "ivtByte", "istGeneric", "6:0"},
+        {{2, 31, 238}, "ivtByte", "istGeneric", "6:0"},
         {{6}, "ivtByte", "istSigned8", "6:0"},
-        {{4, 29, 219, 222, 229, 230}, "ivtEmpty", "istGeneric", "1:"},
-        {{7, 22, 200, 201, 202, 217, 237}, "ivtWord", "istGeneric", "7:0"},
+        {{4, 230}, "ivtEmpty", "istGeneric", "1:"},
+        {{7, 237}, "ivtWord", "istGeneric", "7:0"},
         {{234}, "ivtWord", "istGeneric", "7:23130"}, // "ZZ"
         {{8}, "ivtInteger", "istSigned16", "4:0"},
         {{13}, "ivtInteger", "istGeneric", "4:0"},
         {{9, 14}, "ivtFloat", "istGeneric", "3:0"},
         {{10}, "ivtDayTime", "istGeneric", "15:2000-01-01 00:00:00.00 w0 k1 l0 d0"},
         {{11}, "ivtDate", "istGeneric", "11:1990-01-01 00:00:00.00 w1 k0 l1 d0"},
-        {{12, 15, 27, 30, 232}, "ivtDWord", "istGeneric", "8:0"},
-        {{16, 24, 28}, "ivtString", "istGeneric", "10:"},
+        {{12, 232}, "ivtDWord", "istGeneric", "8:0"},
+        {{16, 28}, "ivtString", "istGeneric", "10:"},
         {{19}, "ivtDateTime", "istGeneric", firstOf1900},
     };
+    // clang-format on
     for (const auto& row : rows) {
         for (const unsigned long mainType : row.mainTypes) {
             const unsigned long dpt = mainType << 16 | 1;

@@ -10,7 +10,6 @@
 #include <limits>
 #include <string>
 #include <thread>
-#include <tuple>
 
 using namespace ErvTest;
 using ::testing::_;
@@ -42,24 +41,17 @@ public:
     MOCK_METHOD(void, SetResponseHandler, (IResponseHandler * handler, void* context), (override));
 };
 
+// clang-format off
 class Handler : public Kelo::IDeviceStackClient::IResponseHandler {
-public:
-    void OnResponse(void*, const std::string&, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
-    void OnRegisterApplication(void*, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
-    void OnGetConfiguration(void*, const std::string&, const std::string&,
-                            const Kelo::IDeviceStackClient::IError&) override
-    {
-    }
-    void OnSetConfiguration(void*, const std::string&, const Kelo::IDeviceStackClient::IError&) override {}
-    void OnGetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&,
-                    const Kelo::IDeviceStackClient::IError&) override
-    {
-    }
-    void OnSetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&,
-                    const Kelo::IDeviceStackClient::IError&) override
-    {
-    }
+    using IError = Kelo::IDeviceStackClient::IError;
+    void OnResponse(void*, const std::string&, const std::string&, const IError&) override {}
+    void OnRegisterApplication(void*, const std::string&, const IError&) override {}
+    void OnGetConfiguration(void*, const std::string&, const std::string&, const IError&) override {}
+    void OnSetConfiguration(void*, const std::string&, const IError&) override {}
+    void OnGetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&, const IError&) override {}
+    void OnSetValue(void*, const std::string&, unsigned long, const std::string&, const std::string&, const IError&) override {}
 };
+// clang-format on
 
 class RemoteMessenger : public ::testing::Test {
 protected:
@@ -67,36 +59,30 @@ protected:
     Erv::RemoteRequestMessengerDeviceStack messenger{client};
 };
 
-// Ids come back as the client gave them; an empty one (not accepted) is no error of the adapter's.
-TEST_F(RemoteMessenger, AsynchronousRequestsForwardTheirArgumentsAndIds)
+// Ids and results come back as the client gave them; an empty id (not accepted) is no error of the adapter's.
+TEST_F(RemoteMessenger, CallsForwardTheirArgumentsAndResults)
 {
+    const Erv::RequestMessengerDeviceStack::PropertyMap properties{{Kelo::IDeviceStackClient::PropertyType::Name, {"Lamp"}}};
+    const std::map<std::string, std::string> deviceConfig{{"ip", "10.0.0.2"}};
     EXPECT_CALL(client, RegisterApplicationAsync("app", "1.2", "<cfg/>")).WillOnce(Return("r1"));
     EXPECT_CALL(client, GetValueAsync(4294967295ul, true)).WillOnce(Return(""));
     EXPECT_CALL(client, RequestAsync("{\"get\":1}")).WillOnce(Return("r3"));
     EXPECT_CALL(client, SetConfigurationAsync("<config/>")).WillOnce(Return("r4"));
+    EXPECT_CALL(client, SetConfiguration(12ul, properties, true)).WillOnce(Return(false));
+    EXPECT_CALL(client, GetDeviceConfig(_, true)).WillOnce(DoAll(SetArgReferee<0>("{}"), Return(true)));
+    EXPECT_CALL(client, SetDeviceConfig(deviceConfig)).WillOnce(Return(false));
     LogCapture log;
 
     EXPECT_EQ(messenger.RegisterApplicationAsync("app", "1.2", "<cfg/>"), "r1");
     EXPECT_EQ(messenger.GetValueAsync(std::numeric_limits<std::uint32_t>::max(), true), "");
     EXPECT_EQ(messenger.RequestAsync("{\"get\":1}"), "r3");
     EXPECT_EQ(messenger.SetConfigurationAsync("<config/>"), "r4");
-    EXPECT_THAT(log.AllLines(), IsEmpty());
-}
-
-TEST_F(RemoteMessenger, SynchronousCallsPassTheClientsResultThrough)
-{
-    const Erv::RequestMessengerDeviceStack::PropertyMap properties{
-        {Kelo::IDeviceStackClient::PropertyType::Name, {"Lamp"}}};
-    const std::map<std::string, std::string> deviceConfig{{"ip", "10.0.0.2"}};
-    EXPECT_CALL(client, SetConfiguration(12ul, properties, true)).WillOnce(Return(false));
-    EXPECT_CALL(client, GetDeviceConfig(_, true)).WillOnce(DoAll(SetArgReferee<0>("{}"), Return(true)));
-    EXPECT_CALL(client, SetDeviceConfig(deviceConfig)).WillOnce(Return(false));
-
     EXPECT_FALSE(messenger.SetConfiguration(12, properties, true));
     std::string config;
     EXPECT_TRUE(messenger.GetDeviceConfig(config, true));
     EXPECT_EQ(config, "{}");
     EXPECT_FALSE(messenger.SetDeviceConfig(deviceConfig));
+    EXPECT_THAT(log.AllLines(), IsEmpty());
 }
 
 TEST_F(RemoteMessenger, ResponseHandlerIsSetAndRemovedWithoutContext)
@@ -109,80 +95,51 @@ TEST_F(RemoteMessenger, ResponseHandlerIsSetAndRemovedWithoutContext)
     messenger.SetResponseHandler(nullptr);
 }
 
+// The native format is the client's business and leaves the value format alone.
 TEST_F(RemoteMessenger, NanFloatIsTheBareWordWithThePrefixOnlyInTheInternalFormat)
 {
-    const AVOVALUE nan = AVOVALUE::Float(std::numeric_limits<double>::quiet_NaN());
+    const AVOVALUE nan = AVOVALUE::Float(-std::numeric_limits<double>::quiet_NaN());
+    std::string internalText;
+    AVOVALUE::Integer(-5).Serialize(internalText, true);
     LogCapture log;
     {
         InSequence order;
         EXPECT_CALL(client, SetValueAsync(1ul, "nan", true, nullptr)).WillOnce(Return("a"));
         EXPECT_CALL(client, SetInternalValueFormat(true)).WillOnce(Return(true));
         EXPECT_CALL(client, SetValueAsync(1ul, "3.7:nan", true, nullptr)).WillOnce(Return("b"));
+        EXPECT_CALL(client, SetValueFormat("Native")).WillOnce(Return(false));
+        EXPECT_CALL(client, SetValueAsync(2ul, internalText, false, nullptr)).WillOnce(Return("c"));
         EXPECT_CALL(client, SetInternalValueFormat(false)).WillOnce(Return(false)); // result ignored
-        EXPECT_CALL(client, SetValueAsync(1ul, "nan", true, nullptr)).WillOnce(Return("c"));
+        EXPECT_CALL(client, SetValueAsync(1ul, "nan", true, nullptr)).WillOnce(Return("d"));
     }
     EXPECT_EQ(messenger.SetValueAsync(1, nan, true), "a");
     messenger.EnableInternalValueFormat();
     EXPECT_EQ(messenger.SetValueAsync(1, nan, true), "b");
+    EXPECT_FALSE(messenger.EnableNativeFormat());
+    EXPECT_EQ(messenger.SetValueAsync(2, AVOVALUE::Integer(-5), false), "c");
     messenger.EnableDefaultValueFormat();
-    EXPECT_EQ(messenger.SetValueAsync(1, nan, true), "c");
+    EXPECT_EQ(messenger.SetValueAsync(1, nan, true), "d");
     EXPECT_THAT(log.AllLines(), ElementsAre(Debug("Internal value format now enabled.")));
 }
 
-TEST_F(RemoteMessenger, NativeFormatLeavesTheValueFormatAlone)
+// Anything but a NaN float, infinity included, is the value library's own text in the format switched on.
+TEST(SerialisedValue, IsTheValueLibrarysTextInTheSelectedFormat)
 {
-    const AVOVALUE nan = AVOVALUE::Float(-std::numeric_limits<double>::quiet_NaN());
-    std::string internalText;
-    AVOVALUE::Integer(-5).Serialize(internalText, true);
-    {
-        InSequence order;
-        EXPECT_CALL(client, SetInternalValueFormat(true)).WillOnce(Return(true));
-        EXPECT_CALL(client, SetValueFormat("Native")).WillOnce(Return(false));
-        EXPECT_CALL(client, SetValueAsync(2ul, "3.7:nan", false, nullptr)).WillOnce(Return("a"));
-        EXPECT_CALL(client, SetValueAsync(2ul, internalText, false, nullptr)).WillOnce(Return("b"));
+    const AVOVALUE values[] = {AVOVALUE::Float(-std::numeric_limits<double>::infinity()), AVOVALUE::DWord(4000000000u),
+                               AVOVALUE::String("a:b\n"), AVOVALUE()};
+    for (const bool internalFormat : {false, true}) {
+        for (const AVOVALUE& value : values) {
+            std::string expected;
+            value.Serialize(expected, internalFormat);
+            ::testing::NiceMock<MockClient> client;
+            Erv::RemoteRequestMessengerDeviceStack messenger(client);
+            if (internalFormat)
+                messenger.EnableInternalValueFormat();
+            EXPECT_CALL(client, SetValueAsync(99ul, expected, true, nullptr)).WillOnce(Return("id"));
+            EXPECT_EQ(messenger.SetValueAsync(99, value, true), "id");
+        }
     }
-    messenger.EnableInternalValueFormat();
-    EXPECT_FALSE(messenger.EnableNativeFormat());
-    messenger.SetValueAsync(2, nan, false);
-    messenger.SetValueAsync(2, AVOVALUE::Integer(-5), false);
 }
-
-struct SerialisedCase {
-    const char* name;
-    AVOVALUE value;
-};
-
-void PrintTo(const SerialisedCase& c, std::ostream* os) { *os << c.name; }
-
-class SerialisedValue : public ::testing::TestWithParam<std::tuple<SerialisedCase, bool>> {};
-
-// Anything but a NaN float is the value library's own text, in the format that is switched on.
-TEST_P(SerialisedValue, IsTheValueLibrarysTextInTheSelectedFormat)
-{
-    const auto& [testCase, internalFormat] = GetParam();
-    std::string expected;
-    testCase.value.Serialize(expected, internalFormat);
-    ASSERT_FALSE(expected.empty() && testCase.value.ivt != ivtEmpty);
-
-    ::testing::NiceMock<MockClient> client;
-    Erv::RemoteRequestMessengerDeviceStack messenger(client);
-    if (internalFormat)
-        messenger.EnableInternalValueFormat();
-    EXPECT_CALL(client, SetValueAsync(99ul, expected, true, nullptr)).WillOnce(Return("id"));
-    EXPECT_EQ(messenger.SetValueAsync(99, testCase.value, true), "id");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, SerialisedValue,
-    ::testing::Combine(
-        ::testing::Values(SerialisedCase{"Float", AVOVALUE::Float(21.5)},
-                          SerialisedCase{"Infinity", AVOVALUE::Float(-std::numeric_limits<double>::infinity())},
-                          SerialisedCase{"DWord", AVOVALUE::DWord(4000000000u)},
-                          SerialisedCase{"Text", AVOVALUE::String("a:b\n")}, SerialisedCase{"Empty", AVOVALUE()}),
-        ::testing::Bool()),
-    [](const auto& info) {
-        return std::string(std::get<0>(info.param).name) + (std::get<1>(info.param) ? "Internal" : "Default");
-    });
 
 // Values go out on the callers' threads while another thread switches the format: each text is
 // one of the two forms, and the sanitizers see no race on the flag.
