@@ -9,6 +9,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -43,15 +44,17 @@ struct FromKnxCase {
     std::vector<LogLine> lines;
 };
 
-// An output the converter must not have touched on a silent refusal.
+inline void PrintTo(const ToKnxCase& c, std::ostream* os) { *os << c.name; }
+inline void PrintTo(const FromKnxCase& c, std::ostream* os) { *os << c.name; }
+
+// An output the converter must not have touched on a refusal.
 inline KnxStack::GroupValue UntouchedBus() { return Bus(7, {0xA5}); }
 
 inline void RunToKnx(const ToKnxCase& c)
 {
     LogCapture log;
     KnxStack::GroupValue out = UntouchedBus();
-    KNXDPT dpt = c.dpt;
-    EXPECT_EQ(c.converter->ToKnxValue(dpt, c.value, out), c.ok);
+    EXPECT_EQ(c.converter->ToKnxValue(c.dpt, c.value, out), c.ok);
     EXPECT_EQ(out, c.bus);
     EXPECT_EQ(log.Lines(), c.lines);
 }
@@ -60,8 +63,7 @@ inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
 {
     LogCapture log;
     AVOVALUE out = c.before;
-    KNXDPT dpt = c.dpt;
-    EXPECT_EQ(c.converter->FromKnxValue(dpt, c.bus, out), c.ok);
+    EXPECT_EQ(c.converter->FromKnxValue(c.dpt, c.bus, out), c.ok);
     EXPECT_EQ(out, c.after) << "got " << out;
     if (compareSlot) {
         EXPECT_EQ(out.GetSlotBits(), c.after.GetSlotBits()) << "got " << out;
@@ -69,13 +71,11 @@ inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
     EXPECT_EQ(log.Lines(), c.lines);
 }
 
-// RunFromKnx, and the numeric slot must match bit for bit too: for converters that write the
-// slot but leave the type, or set a type without touching the slot. operator== compares only the
-// field that the type uses, so it misses a slot written under ivtEmpty or kept under ivtInvalid.
+// Also bit for bit on the numeric slot: operator== compares only the field the type uses, so it
+// misses a slot written under ivtEmpty or kept under ivtInvalid.
 inline void RunFromKnxSlotExact(const FromKnxCase& c) { RunFromKnx(c, true); }
 
-// A group value that the converter's accessor cannot take (KnxStack::GroupValueException): false,
-// one ERROR line, and the value handed in comes back as it was.
+// A group value the converter's accessor cannot take: false, one ERROR line, the value as it was.
 inline void RunUnfitGroupValue(const Erv::KnxConverter& converter, const KNXDPT& dpt, const KnxStack::GroupValue& bus)
 {
     LogCapture log;

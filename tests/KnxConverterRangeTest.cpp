@@ -2,18 +2,19 @@
 #include "ConverterCases.h"
 
 #include <functional>
-#include <limits>
+#include <variant>
 
 using namespace ErvTest;
 using namespace Erv;
 
 namespace {
 
+constexpr std::int64_t Two32 = 4294967296; // 2^32
+
 struct FactorCase {
     const char* name;
-    std::function<double()> build; // constructs the range and returns its factor
-    double factor;
-    std::vector<LogLine> lines;
+    std::function<double()> factorOfNewRange;
+    std::variant<double, const char*> expected; // the factor, or the reason of the ERROR line that leaves it at 1.0
 };
 
 template <class Range, class... Bounds>
@@ -22,68 +23,49 @@ std::function<double()> Make(Bounds... bounds)
     return [=] { return Range(bounds...).GetScaleFactor(); };
 }
 
-LogLine Failed(const std::string& what) { return Error("Failed to calculate the scale factor because of " + what); }
-
-constexpr std::int32_t Int32Min = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t Int32Max = std::numeric_limits<std::int32_t>::max();
-constexpr std::int64_t Int64Min = std::numeric_limits<std::int64_t>::min();
-constexpr std::int64_t Int64Max = std::numeric_limits<std::int64_t>::max();
-
 class ScaleFactor : public ::testing::TestWithParam<FactorCase> {};
 
 TEST_P(ScaleFactor, IsComputedOrLogged)
 {
     LogCapture log;
-    EXPECT_DOUBLE_EQ(GetParam().build(), GetParam().factor);
-    EXPECT_EQ(log.Lines(), GetParam().lines);
+    const char* const* failure = std::get_if<const char*>(&GetParam().expected);
+    EXPECT_DOUBLE_EQ(GetParam().factorOfNewRange(), failure ? 1.0 : std::get<double>(GetParam().expected));
+    std::vector<LogLine> lines;
+    if (failure)
+        lines.push_back(Error(std::string("Failed to calculate the scale factor because of ") + *failure));
+    EXPECT_EQ(log.Lines(), lines);
 }
 
-// Factors are external width / internal width, worked out by hand.
-INSTANTIATE_TEST_SUITE_P(
-    Ranges, ScaleFactor,
-    ::testing::Values(
-        FactorCase{"IntegerPercent", Make<IntegerRange>(0, 255, 0, 100), 100.0 / 255.0, {}},
-        FactorCase{"IntegerEmptyInternal", Make<IntegerRange>(5, 5, 0, 100), 1.0,
-                   {Failed("invalid internal range [5, 5].")}},
-        FactorCase{"IntegerEmptyExternal", Make<IntegerRange>(0, 255, 7, 7), 1.0,
-                   {Failed("invalid external range [7, 7].")}},
-        FactorCase{"IntegerReversedIsNegative", Make<IntegerRange>(255, 0, 0, 100), -100.0 / 255.0, {}},
-        FactorCase{"IntegerFullWidth", Make<IntegerRange>(Int32Min, Int32Max, 0, 1), 1.0 / 4294967295.0, {}},
-        // The messages print the low 32 bits: 4294967301 is 0x1'0000'0005.
-        FactorCase{"LongEmptyExternal", Make<LongIntegerRange>(0, 4294967296, 4294967301, 4294967301), 1.0,
-                   {Failed("invalid external range [5, 5].")}},
-        FactorCase{"LongEmptyInternal", Make<LongIntegerRange>(4294967295, 4294967295, 0, 1), 1.0,
-                   {Failed("invalid internal range [-1, -1].")}},
-        // INT64_MAX - INT64_MIN wraps to -1.
-        FactorCase{"LongWidthWraps", Make<LongIntegerRange>(Int64Min, Int64Max, 0, 1), -1.0, {}},
-        // About 3200.78.
-        FactorCase{"FloatIntegerDefault", [] { return FloatIntegerRange().GetScaleFactor(); },
-                   4294967295.0 / (670760.96 + 671088.64), {}},
-        FactorCase{"FloatIntegerReversedIsNegative", Make<FloatIntegerRange>(10.0, 0.0, 0, 100), -10.0, {}},
-        FactorCase{"FloatIntegerEmptyInternal", Make<FloatIntegerRange>(1.5, 1.5, 0, 10), 1.0,
-                   {Failed("invalid double range [1.5, 1.5].")}},
-        FactorCase{"FloatIntegerEmptyExternal", Make<FloatIntegerRange>(0.0, 1.0, 3, 3), 1.0,
-                   {Failed("invalid integer range [3, 3].")}},
-        // The internal width overflows to infinity, so the quotient is 0.
-        FactorCase{"FloatIntegerZeroQuotient", Make<FloatIntegerRange>(-1e308, 1e308, 0, 1), 1.0,
-                   {Failed("invalid double range [-1e+308, 1e+308] or because invalid integer range [0, 1].")}},
-        FactorCase{"FloatReversedIsPositive", Make<FloatRange>(10.0, 0.0, 0.0, 100.0), 10.0, {}},
-        FactorCase{"FloatEmptyInternal", Make<FloatRange>(2.5, 2.5, 0.0, 1.0), 1.0,
-                   {Failed("invalid double range [2.5, 2.5].")}},
-        FactorCase{"FloatEmptyExternal", Make<FloatRange>(0.0, 1.0, -3.0, -3.0), 1.0,
-                   {Failed("invalid external range [-3, -3].")}},
-        // 1e-300 / 1e300 underflows to 0.
-        FactorCase{"FloatUnderflow", Make<FloatRange>(0.0, 1e300, 0.0, 1e-300), 1.0,
-                   {Failed("invalid double range [0, 1e+300] or because invalid external range [0, 1e-300].")}}),
-    CaseName<FactorCase>);
+const char* const InfiniteWidth = "invalid double range [-1e+308, 1e+308] or because invalid integer range [0, 1].";
+const char* const Underflow = "invalid double range [0, 1e+300] or because invalid external range [0, 1e-300].";
+
+// Factors are external width / internal width, by hand. Long ranges print the low 32 bits of their
+// bounds; INT64_MAX - INT64_MIN wraps to -1.
+// clang-format off
+const FactorCase Factors[] = {
+    {"IntegerReversedIsNegative", Make<IntegerRange>(255, 0, 0, 100), -100.0 / 255.0},
+    {"IntegerFullWidth", Make<IntegerRange>(INT32_MIN, INT32_MAX, 0, 1), 1.0 / 4294967295.0},
+    {"IntegerEmptyInternal", Make<IntegerRange>(5, 5, 0, 100), "invalid internal range [5, 5]."},
+    {"IntegerEmptyExternal", Make<IntegerRange>(0, 255, 7, 7), "invalid external range [7, 7]."},
+    {"LongEmptyInternal", Make<LongIntegerRange>(Two32 - 1, Two32 - 1, 0, 1), "invalid internal range [-1, -1]."},
+    {"LongEmptyExternal", Make<LongIntegerRange>(0, Two32, Two32 + 5, Two32 + 5), "invalid external range [5, 5]."},
+    {"LongWidthWraps", Make<LongIntegerRange>(INT64_MIN, INT64_MAX, 0, 1), -1.0},
+    {"FloatIntegerDefault", Make<FloatIntegerRange>(), 4294967295.0 / (670760.96 + 671088.64)},
+    {"FloatIntegerReversedIsNegative", Make<FloatIntegerRange>(10.0, 0.0, 0, 100), -10.0},
+    {"FloatIntegerEmptyInternal", Make<FloatIntegerRange>(1.5, 1.5, 0, 10), "invalid double range [1.5, 1.5]."},
+    {"FloatIntegerEmptyExternal", Make<FloatIntegerRange>(0.0, 1.0, 3, 3), "invalid integer range [3, 3]."},
+    {"FloatIntegerInfiniteWidth", Make<FloatIntegerRange>(-1e308, 1e308, 0, 1), InfiniteWidth},
+    {"FloatReversedIsPositive", Make<FloatRange>(10.0, 0.0, 0.0, 100.0), 10.0},
+    {"FloatEmptyInternal", Make<FloatRange>(2.5, 2.5, 0.0, 1.0), "invalid double range [2.5, 2.5]."},
+    {"FloatEmptyExternal", Make<FloatRange>(0.0, 1.0, -3.0, -3.0), "invalid external range [-3, -3]."},
+    {"FloatUnderflow", Make<FloatRange>(0.0, 1e300, 0.0, 1e-300), Underflow},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(Ranges, ScaleFactor, ::testing::ValuesIn(Factors), CaseName<FactorCase>);
 
 TEST(RangeText, PrintsTheFourBoundsInConstructorOrder)
 {
-    EXPECT_EQ(ToString(IntegerRange(0, 255, 0, 100)), "IntegerRange(0, 255, 0, 100)");
-    EXPECT_EQ(ToString(IntegerRange(Int32Min, Int32Max, -1, 1)), "IntegerRange(-2147483648, 2147483647, -1, 1)");
-    // The 64-bit range uses the same word and prints its bounds whole.
-    EXPECT_EQ(ToString(LongIntegerRange(0, 4294967296, -4294967301, 4294967301)),
-              "IntegerRange(0, 4294967296, -4294967301, 4294967301)");
+    EXPECT_EQ(ToString(LongIntegerRange(0, Two32, -Two32 - 5, 1)), "IntegerRange(0, 4294967296, -4294967301, 1)");
     EXPECT_EQ(ToString(FloatIntegerRange()), "FloatIntegerRange(-671089, 670761, -2147483648, 2147483647)");
     EXPECT_EQ(ToString(FloatRange(-273.0, 670760.0, -0.5, 1e10)), "FloatRange(-273, 670760, -0.5, 1e+10)");
 }
