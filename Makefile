@@ -7,6 +7,10 @@
 #   make tsan    the messaging tests, stress test included, built with ThreadSanitizer
 #   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
 #   make bench   Release build of the benchmarks, with repetitions
+#   make install          install into PREFIX (default /usr/local; DESTDIR works as usual)
+#   make package          the Debian packages for this machine (amd64), checked
+#   make package-armhf    the same for the 32-bit ARM controller, from the cross build
+#   make abi-update       accept a change of the exported symbols (after reviewing it)
 #   make clean   remove every build tree
 #
 # Any variable below can be overridden on the command line, e.g. `make test BUILD=/tmp/b`.
@@ -49,6 +53,13 @@ RUN_COMMAND ?= $(ERVOM) decode --batch tools/samples/capture.txt || [ $$? -eq 1 
   echo; $(ERVOM) dpts | head; \
   echo; $(ERVOM) id explain 100101
 
+PREFIX ?= /usr/local
+VERSION := $(shell sed -n 's/^project.ErvObjectModel VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+# The libraries whose exported symbols are the ABI, as built in a tree.
+ABI_LIBS = $(1)/ErvObjectModel/libervobjectmodel.so $(1)/Platform/ErvLogging/libervplatform-logging.so \
+  $(1)/Platform/AvoValue/libervplatform-avovalue.so $(1)/Platform/KnxStack/libervplatform-knxstack.so \
+  $(1)/Platform/SimulatedDeviceStack/libervplatform-simulateddevicestack.so
+
 BENCH_ARGS ?= --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 
 # The helper compiles with -fno-sanitize-recover=all, so a finding ends the test process and fails
@@ -70,7 +81,7 @@ define configure
 	fi
 endef
 
-.PHONY: run test asan tsan armhf bench clean deps deps-armhf configure
+.PHONY: run test asan tsan armhf bench clean deps deps-armhf configure install package package-armhf abi-update
 
 deps:
 	@scripts/install-deps.sh host
@@ -108,6 +119,29 @@ armhf: deps-armhf
 	cmake --build $(BUILD_ARMHF) --parallel $(JOBS)
 	@# qemu-arm finds the armhf loader and libraries through multiarch; a -L prefix breaks it.
 	env -u QEMU_LD_PREFIX ctest --test-dir $(BUILD_ARMHF) --output-on-failure --no-tests=error -j$(CTEST_JOBS) --timeout $(CTEST_TIMEOUT_SLOW)
+
+install: configure
+	cmake --build $(BUILD) --parallel $(JOBS)
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+package: configure
+	cmake --build $(BUILD) --parallel $(JOBS)
+	cd $(BUILD) && cpack -G DEB
+	scripts/check-packages.sh $(BUILD)/packages amd64 $(VERSION)
+
+package-armhf: deps-armhf
+	$(call configure,$(BUILD_ARMHF),$(ARMHF_ARGS))
+	cmake --build $(BUILD_ARMHF) --parallel $(JOBS)
+	cd $(BUILD_ARMHF) && cpack -G DEB
+	scripts/check-packages.sh $(BUILD_ARMHF)/packages armhf $(VERSION)
+
+abi-update: configure
+	cmake --build $(BUILD) --parallel $(JOBS) --target ervobjectmodel erv_platform_simulateddevicestack
+	scripts/exported-symbols.sh update nm abi/exported-symbols-amd64.txt $(call ABI_LIBS,$(BUILD))
+	@if [ -d $(BUILD_ARMHF) ]; then \
+	  cmake --build $(BUILD_ARMHF) --parallel $(JOBS) --target ervobjectmodel erv_platform_simulateddevicestack && \
+	  scripts/exported-symbols.sh update arm-linux-gnueabihf-nm abi/exported-symbols-armhf.txt $(call ABI_LIBS,$(BUILD_ARMHF)); \
+	else echo "no $(BUILD_ARMHF): run make armhf, then make abi-update again for the armhf list"; fi
 
 bench: deps
 	$(call configure,$(BUILD_RELEASE),$(RELEASE_ARGS))

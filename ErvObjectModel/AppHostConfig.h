@@ -15,6 +15,8 @@
 // loading, which must be finished before other threads read them.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include <boost/filesystem/path.hpp>
 #include <boost/optional.hpp>
 
@@ -33,7 +35,7 @@ extern const boost::filesystem::path DeviceStackObjectModelConfigFile;
 // Where LoadConfigurationFile() reads.
 constexpr const char* AppHostConfigFile = "/opt/userdata/etc/ervapphost/ervapphostconfig.xml";
 
-class AppHostConfiguration {
+class ERVOBJECTMODEL_EXPORT AppHostConfiguration {
 public:
     using OptionalPath = boost::optional<boost::filesystem::path>;
 
@@ -70,7 +72,7 @@ public:
     bool SetAppConnectorHostStartupDisabled(bool disabled);
 
 private:
-    struct Loader;
+    struct ERVOBJECTMODEL_NO_EXPORT Loader;
 
     std::atomic<bool> m_appDebugMode{false};
     std::atomic<bool> m_appHostStartupDisabled{false};
@@ -86,6 +88,6 @@ private:
 };
 
 // Every byte of the file, read in binary mode; none when it cannot be opened or read.
-boost::optional<std::vector<char>> LoadFile(const std::string& path);
+ERVOBJECTMODEL_EXPORT boost::optional<std::vector<char>> LoadFile(const std::string& path);
 
 } // namespace Erv

@@ -14,6 +14,8 @@
 // count. Failures come back as an unanswered docket, never as an exception of this library.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "Erv/Function.h"
 #include "ErvObjectModel/RequestMessengerDeviceStack.h"
 
@@ -35,7 +37,7 @@ namespace Erv {
 
 // The outcome of one device-stack request. A default docket says that no usable answer came.
 // A plain value; not synchronised (the engine fills it under its own lock).
-class Docket {
+class ERVOBJECTMODEL_EXPORT Docket {
 public:
     Docket() = default;
     Docket(std::string reply, std::string deliveryError, bool replyValid, bool answered);
@@ -63,7 +65,7 @@ private:
 // sent, so requests go out one at a time while their waits overlap. Register with
 // SetAsResponseHandler() before use; call UnsetAsResponseHandler() before destruction, when no
 // request is in progress any more.
-class DscAsyncRequestMessenger : private Kelo::IDeviceStackClient::IResponseHandler, private boost::noncopyable {
+class ERVOBJECTMODEL_EXPORT DscAsyncRequestMessenger : private Kelo::IDeviceStackClient::IResponseHandler, private boost::noncopyable {
 public:
     using PropertyMap = RequestMessengerDeviceStack::PropertyMap;
 

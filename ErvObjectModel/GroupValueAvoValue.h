@@ -10,6 +10,8 @@
 // Thread-safe: no state besides the DPT table that CheckGroupValue builds once on first use.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "AvoValue/AvoValue.h"
 #include "ErvLogging/Text.h"
 #include "KnxStack/GroupValue.h"
@@ -22,17 +24,17 @@ namespace Erv {
 
 // The value's type must be the DPT's. 16-bit numbers out of range are logged and clamped, and
 // still sent; DPT 31 is received only.
-boost::optional<KnxStack::GroupValue> AvoValueToGroupValue(const AVOVALUE& value, unsigned long dpt);
+ERVOBJECTMODEL_EXPORT boost::optional<KnxStack::GroupValue> AvoValueToGroupValue(const AVOVALUE& value, unsigned long dpt);
 
 // Checked with CheckGroupValue first. Decoding is timed; from 100 ms on, its duration is logged.
 // A date and time after 2038-01-19 03:14:07 comes back as a value of type ivtEmpty.
-boost::optional<AVOVALUE> GroupValueToAvoValue(const KnxStack::GroupValue& groupValue, unsigned long dpt);
+ERVOBJECTMODEL_EXPORT boost::optional<AVOVALUE> GroupValueToAvoValue(const KnxStack::GroupValue& groupValue, unsigned long dpt);
 
 // Whether the DPT table's converter accepts the group value. DPTs the table lacks are accepted.
-bool CheckGroupValue(const KnxStack::GroupValue& groupValue, unsigned long dpt);
+ERVOBJECTMODEL_EXPORT bool CheckGroupValue(const KnxStack::GroupValue& groupValue, unsigned long dpt);
 
 // The text itself when it is valid UTF-8; otherwise a copy with each invalid sequence replaced by
 // one '?', a sequence cut off at the end included.
-UTF8String RepairUTF8(std::string text);
+ERVOBJECTMODEL_EXPORT UTF8String RepairUTF8(std::string text);
 
 } // namespace Erv

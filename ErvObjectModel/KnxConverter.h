@@ -8,6 +8,8 @@
 // does not fit an accessor (KnxStack::GroupValueException) is refused the same way.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "AvoValue/AvoValue.h"
 #include "KnxStack/GroupValue.h"
 #include "KnxStack/KnxDpt.h"
@@ -55,21 +57,21 @@ protected:
 
 // Each constructor stores the bounds (internalMin, internalMax, externalMin, externalMax) and
 // computes the scale factor; an empty interval is logged and leaves the factor at 1.0.
-class IntegerRange : public detail::RangeBounds<std::int32_t, std::int32_t> {
+class ERVOBJECTMODEL_EXPORT IntegerRange : public detail::RangeBounds<std::int32_t, std::int32_t> {
 public:
     IntegerRange(std::int32_t internalMin, std::int32_t internalMax, std::int32_t externalMin,
                  std::int32_t externalMax);
     void CalculateScaleFactor();
 };
 
-class LongIntegerRange : public detail::RangeBounds<std::int64_t, std::int64_t> {
+class ERVOBJECTMODEL_EXPORT LongIntegerRange : public detail::RangeBounds<std::int64_t, std::int64_t> {
 public:
     LongIntegerRange(std::int64_t internalMin, std::int64_t internalMax, std::int64_t externalMin,
                      std::int64_t externalMax);
     void CalculateScaleFactor();
 };
 
-class FloatIntegerRange : public detail::RangeBounds<double, std::int32_t> {
+class ERVOBJECTMODEL_EXPORT FloatIntegerRange : public detail::RangeBounds<double, std::int32_t> {
 public:
     // The 2-octet float's values [-671088.64, 670760.96] onto the whole signed 32-bit range.
     FloatIntegerRange();
@@ -79,19 +81,19 @@ public:
 
 // Unlike the other three, measures its widths without sign: a reversed interval gives a positive
 // factor.
-class FloatRange : public detail::RangeBounds<double, double> {
+class ERVOBJECTMODEL_EXPORT FloatRange : public detail::RangeBounds<double, double> {
 public:
     FloatRange(double internalMin, double internalMax, double externalMin, double externalMax);
     void CalculateScaleFactor();
 };
 
 // "IntegerRange(0, 255, 0, 100)"; LongIntegerRange deliberately prints with the same word.
-std::string ToString(const IntegerRange& range);
-std::string ToString(const LongIntegerRange& range);
-std::string ToString(const FloatIntegerRange& range);
-std::string ToString(const FloatRange& range);
+ERVOBJECTMODEL_EXPORT std::string ToString(const IntegerRange& range);
+ERVOBJECTMODEL_EXPORT std::string ToString(const LongIntegerRange& range);
+ERVOBJECTMODEL_EXPORT std::string ToString(const FloatIntegerRange& range);
+ERVOBJECTMODEL_EXPORT std::string ToString(const FloatRange& range);
 
-class KnxConverter {
+class ERVOBJECTMODEL_EXPORT KnxConverter {
 public:
     virtual ~KnxConverter() = default;
     virtual bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const = 0;
@@ -131,25 +133,25 @@ protected:
     bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override
 
 // For DPTs without a converter of their own: goes through the value library's byte-array bridge.
-class KnxConverterDefault : public KnxConverterBase<KnxConverterDefault> {
+class ERVOBJECTMODEL_EXPORT KnxConverterDefault : public KnxConverterBase<KnxConverterDefault> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 1.x, boolean. Its checks fail silently.
-class KnxConverter1Bit : public KnxConverterBase<KnxConverter1Bit> {
+class ERVOBJECTMODEL_EXPORT KnxConverter1Bit : public KnxConverterBase<KnxConverter1Bit> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 2.x, two bits carried in an ivtByte value.
-class KnxConverter2Bit : public KnxConverterBase<KnxConverter2Bit> {
+class ERVOBJECTMODEL_EXPORT KnxConverter2Bit : public KnxConverterBase<KnxConverter2Bit> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 3.x, four bits carried in an ivtByte value.
-class KnxConverter4Bit : public KnxConverterBase<KnxConverter4Bit> {
+class ERVOBJECTMODEL_EXPORT KnxConverter4Bit : public KnxConverterBase<KnxConverter4Bit> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
@@ -157,28 +159,28 @@ public:
 // 8-bit formats ------------------------------------------------------------------------------
 
 // DPT 4.x, one character: UTF-8 in the application, one byte on the bus.
-class KnxConverter8BitString : public KnxConverterWithRange<KnxConverter8BitString, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverter8BitString : public KnxConverterWithRange<KnxConverter8BitString, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 5.x, 20.x, 21.x, 23.x, 236.x, 238.x: an unsigned byte.
-class KnxConverterByte8BitUnsigned : public KnxConverterWithRange<KnxConverterByte8BitUnsigned, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterByte8BitUnsigned : public KnxConverterWithRange<KnxConverterByte8BitUnsigned, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 6.x: a signed byte. Its range is carried but never consulted.
-class KnxConverterInteger8BitSigned : public KnxConverterWithRange<KnxConverterInteger8BitSigned, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger8BitSigned : public KnxConverterWithRange<KnxConverterInteger8BitSigned, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 6.020: status with a three-bit mode field.
-class KnxConverterStatus8Bit : public KnxConverterWithRange<KnxConverterStatus8Bit, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterStatus8Bit : public KnxConverterWithRange<KnxConverterStatus8Bit, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
@@ -187,7 +189,7 @@ public:
 // Multi-byte numbers --------------------------------------------------------------------------
 
 // DPT 7.x: unsigned 16-bit.
-class KnxConverterInteger16BitUnsigned
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger16BitUnsigned
     : public KnxConverterWithRange<KnxConverterInteger16BitUnsigned, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
@@ -195,28 +197,28 @@ public:
 };
 
 // DPT 8.x: signed 16-bit.
-class KnxConverterInteger16BitSigned : public KnxConverterWithRange<KnxConverterInteger16BitSigned, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger16BitSigned : public KnxConverterWithRange<KnxConverterInteger16BitSigned, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 9.x: the 2-octet KNX float, validated against its range in both directions.
-class KnxConverterFloat16BitFloat : public KnxConverterWithRange<KnxConverterFloat16BitFloat, FloatRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterFloat16BitFloat : public KnxConverterWithRange<KnxConverterFloat16BitFloat, FloatRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 14.x: the 4-octet IEEE float.
-class KnxConverterFloat32BitFloat : public KnxConverterWithRange<KnxConverterFloat32BitFloat, FloatRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterFloat32BitFloat : public KnxConverterWithRange<KnxConverterFloat32BitFloat, FloatRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // 3-octet unsigned (DPT 232.x). Its range is carried but never consulted.
-class KnxConverterInteger24BitUnsigned
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger24BitUnsigned
     : public KnxConverterWithRange<KnxConverterInteger24BitUnsigned, LongIntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
@@ -224,7 +226,7 @@ public:
 };
 
 // DPT 12.x, 15.x, 27.x: unsigned 32-bit.
-class KnxConverterInteger32BitUnsigned
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger32BitUnsigned
     : public KnxConverterWithRange<KnxConverterInteger32BitUnsigned, LongIntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
@@ -232,7 +234,7 @@ public:
 };
 
 // DPT 13.x: signed 32-bit, scaled through its range toward the bus.
-class KnxConverterInteger32BitSigned : public KnxConverterWithRange<KnxConverterInteger32BitSigned, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterInteger32BitSigned : public KnxConverterWithRange<KnxConverterInteger32BitSigned, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
@@ -241,26 +243,26 @@ public:
 // Text, date and time -------------------------------------------------------------------------
 
 // DPT 16.x: 14 characters, UTF-8 in the application, one byte each on the bus, filtered by range.
-class KnxConverter14ByteString : public KnxConverterWithRange<KnxConverter14ByteString, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverter14ByteString : public KnxConverterWithRange<KnxConverter14ByteString, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 11.001: date.
-class KnxConverterDate : public KnxConverterBase<KnxConverterDate> {
+class ERVOBJECTMODEL_EXPORT KnxConverterDate : public KnxConverterBase<KnxConverterDate> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 10.001: time of day with weekday.
-class KnxConverterTimeOfDay : public KnxConverterBase<KnxConverterTimeOfDay> {
+class ERVOBJECTMODEL_EXPORT KnxConverterTimeOfDay : public KnxConverterBase<KnxConverterTimeOfDay> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 19.001: date and time, eight octets.
-class KnxConverterDateTime : public KnxConverterBase<KnxConverterDateTime> {
+class ERVOBJECTMODEL_EXPORT KnxConverterDateTime : public KnxConverterBase<KnxConverterDateTime> {
 public:
     ERV_KNX_CONVERTER_OPERATIONS;
 };
@@ -268,21 +270,21 @@ public:
 // Scenes --------------------------------------------------------------------------------------
 
 // DPT 17.001: scene number, bounded by its range.
-class KnxConverterSceneNumber : public KnxConverterWithRange<KnxConverterSceneNumber, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterSceneNumber : public KnxConverterWithRange<KnxConverterSceneNumber, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 18.001: scene control (learn bit and scene number). Its range is carried but not consulted.
-class KnxConverterSceneControl : public KnxConverterWithRange<KnxConverterSceneControl, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterSceneControl : public KnxConverterWithRange<KnxConverterSceneControl, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;
 };
 
 // DPT 26.001: scene information. Its range is carried but not consulted.
-class KnxConverterSceneInfo : public KnxConverterWithRange<KnxConverterSceneInfo, IntegerRange> {
+class ERVOBJECTMODEL_EXPORT KnxConverterSceneInfo : public KnxConverterWithRange<KnxConverterSceneInfo, IntegerRange> {
 public:
     using KnxConverterWithRange::KnxConverterWithRange;
     ERV_KNX_CONVERTER_OPERATIONS;

@@ -24,6 +24,8 @@
 //   Erv::KnxLumMapping::GetDefaultValueFromDpt(15335425, false);      // "7:23130" (234.001, "ZZ")
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "AvoValue/AvoValueType.h"
 #include "ErvLogging/BoundedInt.h"
 
@@ -39,7 +41,7 @@ using LogicalDeviceId = BoundedInt<int, 1, 2, LogicalDeviceIdTag>;
 
 enum class ParameterType { Ip = 0, Number = 1, Text = 2 };
 
-class KnxLumMapping {
+class ERVOBJECTMODEL_EXPORT KnxLumMapping {
 public:
     KnxLumMapping() = delete;
 

@@ -11,6 +11,8 @@
 // serve any number of threads without locks.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "ErvObjectModel/KnxConverter.h"
 
 #include "AvoValue/AvoValue.h"
@@ -27,7 +29,7 @@ namespace Erv {
 
 // One row of the DPT table: the DPT with its bit size, the application value type and sub type it
 // maps to, and the converter that does the byte work.
-class DptValueEntry {
+class ERVOBJECTMODEL_EXPORT DptValueEntry {
 public:
     // DPT 0.x with bit size 0, value type 1, sub type 0 and a KnxConverterDefault.
     DptValueEntry();
@@ -51,7 +53,7 @@ private:
 };
 
 // Main number -> sub number -> entry; sub number 0 stands for any sub number of its main number.
-class DptValueMap {
+class ERVOBJECTMODEL_EXPORT DptValueMap {
 public:
     DptValueMap() = default;
     DptValueMap(DptValueMap&&) noexcept = default;
@@ -80,9 +82,9 @@ private:
 };
 
 // The entry a failed lookup returns: created on first use, shared by every map.
-const DptValueEntry& GetDefaultDptValueEntry();
+ERVOBJECTMODEL_EXPORT const DptValueEntry& GetDefaultDptValueEntry();
 
-class KnxValueConverter {
+class ERVOBJECTMODEL_EXPORT KnxValueConverter {
 public:
     KnxValueConverter();
     KnxValueConverter(KnxValueConverter&&) noexcept = default;
@@ -118,7 +120,7 @@ private:
 
 // For callers that hold values in their serialised text form (AVOVALUE::Serialize) and may not
 // know the DPT. Owns one KnxValueConverter.
-class ErvKnxValueConverter {
+class ERVOBJECTMODEL_EXPORT ErvKnxValueConverter {
 public:
     ErvKnxValueConverter();
     ~ErvKnxValueConverter();

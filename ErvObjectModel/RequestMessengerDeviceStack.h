@@ -10,6 +10,8 @@
 // anything that can send these requests can drive it.
 #pragma once
 
+#include "ErvObjectModel/Export.h"
+
 #include "AvoValue/AvoValue.h"
 #include "DeviceStackClient/IDeviceStackClient.h"
 
@@ -23,7 +25,7 @@ namespace Erv {
 
 // Ownership and threading: no state of its own; implementations say what they own and which of
 // their operations may run concurrently.
-class RequestMessengerDeviceStack : private boost::noncopyable {
+class ERVOBJECTMODEL_EXPORT RequestMessengerDeviceStack : private boost::noncopyable {
 public:
     using PropertyMap = std::map<Kelo::IDeviceStackClient::PropertyType, Kelo::IDeviceStackClient::Property>;
 
@@ -53,7 +55,7 @@ public:
 // any thread may call any operation, and the format flag is atomic because a value may be
 // serialised on one thread while another switches the format. Whether the forwarded calls may
 // overlap is the client's business.
-class RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
+class ERVOBJECTMODEL_EXPORT RemoteRequestMessengerDeviceStack : public RequestMessengerDeviceStack {
 public:
     explicit RemoteRequestMessengerDeviceStack(Kelo::IDeviceStackClient& client);
 

@@ -13,16 +13,37 @@ function(erv_target_defaults target)
   endif()
 endfunction()
 
-# erv_add_library(<name> ALIAS <ns::name> OUTPUT <file stem> SOURCES ...)
+include(GenerateExportHeader)
+
+# erv_add_library(<name> ALIAS <ns::name> EXPORT_NAME <name in the installed package> OUTPUT <file stem>
+#                 EXPORT_HEADER <Folder/Export.h> SOURCES ...)
+# A shared library whose symbols are hidden unless marked with the macro of its generated export
+# header (<BASE>_EXPORT, BASE from the header's folder), so only what a host may call is its ABI.
 function(erv_add_library name)
-  cmake_parse_arguments(ARG "" "ALIAS;OUTPUT" "SOURCES" ${ARGN})
+  cmake_parse_arguments(ARG "" "ALIAS;EXPORT_NAME;OUTPUT;EXPORT_HEADER" "SOURCES" ${ARGN})
   add_library(${name} SHARED ${ARG_SOURCES})
   add_library(${ARG_ALIAS} ALIAS ${name})
   set_target_properties(${name} PROPERTIES
     OUTPUT_NAME ${ARG_OUTPUT}
+    EXPORT_NAME ${ARG_EXPORT_NAME}
     VERSION ${PROJECT_VERSION}
-    SOVERSION ${PROJECT_VERSION_MAJOR})
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+  get_filename_component(folder ${ARG_EXPORT_HEADER} DIRECTORY)
+  string(TOUPPER ${folder} base)
+  set(generated ${CMAKE_CURRENT_BINARY_DIR}/generated)
+  generate_export_header(${name} BASE_NAME ${base} EXPORT_FILE_NAME ${generated}/${ARG_EXPORT_HEADER})
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${generated}>)
+  install(FILES ${generated}/${ARG_EXPORT_HEADER} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
+    COMPONENT Development)
   erv_target_defaults(${name})
+endfunction()
+
+# erv_install_headers(<folder in the source tree> <folder under include/>): the public headers.
+function(erv_install_headers from to)
+  install(DIRECTORY ${from}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${to} COMPONENT Development
+    FILES_MATCHING PATTERN "*.h" ${ARGN})
 endfunction()
 
 # erv_add_test(<name> SOURCES ... LIBS ... [LABELS ...]): one GoogleTest binary, registered test by

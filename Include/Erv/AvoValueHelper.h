@@ -11,12 +11,12 @@
 #include "AvoValue/AvoValue.h"
 #include "AvoValue/TimeOfDay.h"
 #include "ErvLogging/Assert.h"
+#include "ErvObjectModel/Export.h"
 #include "ErvObjectModel/TimeOfDay.h"
 
 #include <boost/date_time/posix_time/ptime.hpp>
-#include <utf8.h>
-
 #include <string>
+#include <utf8.h>
 
 namespace Erv {
 namespace detail {
@@ -72,9 +72,9 @@ inline AVOVALUE ToAvoValue(const ErvApp::TimeOfDay& value, AvoValueType expected
 // The time as local calendar time in the AVOTIME part, with the type the caller names (unchecked).
 // A time after 2038-01-19 03:14:07, which a 32-bit time_t cannot hold, or a special time
 // (not-a-date-time, infinities) gives the empty value (ivtEmpty): no error, the caller decides.
-AVOVALUE ToAvoValue(const boost::posix_time::ptime& time, AvoValueType expectedType);
+ERVOBJECTMODEL_EXPORT AVOVALUE ToAvoValue(const boost::posix_time::ptime& time, AvoValueType expectedType);
 
 // Out of line, exported from the library.
-extern template AVOVALUE ToAvoValue<unsigned char>(const unsigned char& value, AvoValueType expectedType);
+extern template ERVOBJECTMODEL_EXPORT AVOVALUE ToAvoValue<unsigned char>(const unsigned char& value, AvoValueType expectedType);
 
 } // namespace Erv

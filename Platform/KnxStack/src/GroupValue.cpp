@@ -98,6 +98,8 @@ std::string BitsAndBytes(unsigned bits, std::size_t bytes)
 
 } // namespace
 
+GroupValueException::~GroupValueException() = default;
+
 GroupValue::GroupValue(const BinaryData& data, unsigned int definedSizeInBits)
     : m_data(data), m_definedSize(definedSizeInBits)
 {

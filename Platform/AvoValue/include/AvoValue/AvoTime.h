@@ -1,10 +1,12 @@
 // Calendar date and time of day of the value library.
 #pragma once
 
+#include "AvoValue/Export.h"
+
 #include <ctime>
 #include <ostream>
 
-struct AVOTIME {
+struct AVOVALUE_EXPORT AVOTIME {
     unsigned short year = 0;
     unsigned char month = 0;
     unsigned char day = 0;
@@ -42,4 +44,4 @@ struct AVOTIME {
 };
 
 // "YYYY-MM-DD hh:mm:ss"
-std::ostream& operator<<(std::ostream& os, const AVOTIME& time);
+AVOVALUE_EXPORT std::ostream& operator<<(std::ostream& os, const AVOTIME& time);

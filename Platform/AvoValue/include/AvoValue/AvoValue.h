@@ -19,6 +19,8 @@
 // value unchanged when the text is malformed.
 #pragma once
 
+#include "AvoValue/Export.h"
+
 #include "AvoValue/AvoTime.h"
 #include "AvoValue/AvoValueType.h"
 
@@ -26,7 +28,7 @@
 #include <ostream>
 #include <string>
 
-class AVOVALUE {
+class AVOVALUE_EXPORT AVOVALUE {
 public:
     AvoValueType ivt = ivtEmpty;
 
@@ -81,15 +83,15 @@ private:
 };
 
 // "<ivt name>(<ToString>)", e.g. "ivtFloat(21.5)"; used by tests and tools.
-std::ostream& operator<<(std::ostream& os, const AVOVALUE& value);
+AVOVALUE_EXPORT std::ostream& operator<<(std::ostream& os, const AVOVALUE& value);
 
 // Byte-array bridge: the value as `length` big-endian bytes (numbers: their low-order bytes;
 // boolean: one byte 0/1; text: its bytes, zero-padded or cut). `length` is the number of bytes
 // wanted on input and written on output; the buffer must hold `length` bytes. False for a length
 // of 0 or a type without byte form (calendar kinds, ivtEmpty, ivtInvalid, ivtBinary).
-bool AvoValueToByteArray(const AVOVALUE& value, unsigned char* buffer, unsigned int& length);
+AVOVALUE_EXPORT bool AvoValueToByteArray(const AVOVALUE& value, unsigned char* buffer, unsigned int& length);
 
 // The reverse, into the slot of the value's current type; a number takes at most 8 bytes. When
 // the value's type has no byte form and `inferType` is true, the type follows from the length:
 // 1 byte ivtByte, 2 ivtWord, 3 or 4 ivtDWord, more ivtString. False when nothing fits.
-bool ByteArrayToAvoValue(const unsigned char* bytes, unsigned int length, AVOVALUE& value, bool inferType);
+AVOVALUE_EXPORT bool ByteArrayToAvoValue(const unsigned char* bytes, unsigned int length, AVOVALUE& value, bool inferType);

@@ -2,6 +2,8 @@
 // of the object model and the DPT mapping refer to them.
 #pragma once
 
+#include "AvoValue/Export.h"
+
 #include <cstdint>
 #include <string>
 
@@ -50,6 +52,6 @@ enum AvoValueSubType : std::int32_t {
 };
 
 // The enumerator's name, e.g. "istKnxFloat"; "istUnknown(<number>)" for any other number.
-std::string GetNameFromValueSubType(AvoValueSubType subType);
+AVOVALUE_EXPORT std::string GetNameFromValueSubType(AvoValueSubType subType);
 
 } // namespace AvoDP

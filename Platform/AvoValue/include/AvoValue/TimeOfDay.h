@@ -1,6 +1,8 @@
 // Time of day with weekday, and the weekday flags of AVOTIME.
 #pragma once
 
+#include "AvoValue/Export.h"
+
 #include <boost/optional.hpp>
 
 namespace AvoWeekDays {
@@ -22,7 +24,7 @@ namespace ErvApp {
 
 enum DayOfWeek { NoDay = 0, Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
 
-class TimeOfDay {
+class AVOVALUE_EXPORT TimeOfDay {
 public:
     // Empty unless hour 0..23, minute 0..59, second 0..59 and day 0..7.
     static boost::optional<TimeOfDay> Create(int hour, int minute, int second, DayOfWeek day);

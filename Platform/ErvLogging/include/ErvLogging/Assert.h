@@ -2,6 +2,8 @@
 // its record and ends the process. For programming errors only; rejections of input are results.
 #pragma once
 
+#include "ErvLogging/Export.h"
+
 namespace Erv {
 
 // One static record per assertion site.
@@ -16,7 +18,7 @@ struct AssertionRecord {
 
 // "Include/Erv/Function:87: operator() ERV_ASSERT2(m_storage) failed"
 // (the source is written without its file extension).
-[[noreturn]] void AssertionFailed(const AssertionRecord& record);
+ERVLOGGING_EXPORT [[noreturn]] void AssertionFailed(const AssertionRecord& record);
 
 } // namespace Erv
 

@@ -6,6 +6,8 @@
 //   ERV_LOG_ERROR("Value out of raw range [0..15]: " << value);
 #pragma once
 
+#include "ErvLogging/Export.h"
+
 #include <log4cplus/logger.h>
 #include <log4cplus/loglevel.h>
 
@@ -15,14 +17,14 @@
 namespace Erv {
 
 // The logger of the whole process (the log4cplus root logger). Hosts configure it.
-log4cplus::Logger& GetGlobalDefaultLogger();
+ERVLOGGING_EXPORT log4cplus::Logger& GetGlobalDefaultLogger();
 
 // A per-thread prefix of every line, empty unless the thread sets one (e.g. "[AppHost] ").
-const std::string& GetLoggingContext();
-void SetLoggingContext(std::string context);
+ERVLOGGING_EXPORT const std::string& GetLoggingContext();
+ERVLOGGING_EXPORT void SetLoggingContext(std::string context);
 
 // Writes the compiler's signature of a function, e.g. "void Erv::FloatRange::CalculateScaleFactor()".
-class PrettyFunctionNamePrinter {
+class ERVLOGGING_EXPORT PrettyFunctionNamePrinter {
 public:
     explicit PrettyFunctionNamePrinter(const char* prettyFunction) : m_name(prettyFunction) {}
     friend std::ostream& operator<<(std::ostream& os, const PrettyFunctionNamePrinter& p) { return os << p.m_name; }
@@ -33,12 +35,12 @@ private:
 
 // Writes two blanks per LoggingRecursionScope open on the calling thread, so that nested
 // operations indent their lines.
-class LoggingRecursionPadding {
+class ERVLOGGING_EXPORT LoggingRecursionPadding {
 public:
     friend std::ostream& operator<<(std::ostream& os, const LoggingRecursionPadding& p);
 };
 
-class LoggingRecursionScope {
+class ERVLOGGING_EXPORT LoggingRecursionScope {
 public:
     LoggingRecursionScope();
     ~LoggingRecursionScope();
@@ -48,7 +50,7 @@ public:
 
 // The stream a log line is composed in. Differs from std::ostream only in writing the
 // one-byte integer types as numbers (a byte 5 is "5", not a control character).
-class LogStream {
+class ERVLOGGING_EXPORT LogStream {
 public:
     template <class T>
     LogStream& operator<<(const T& value)
@@ -84,8 +86,8 @@ private:
 
 namespace detail {
 // Starts a line with context, signature, " - " and padding.
-void BeginLine(LogStream& line, const char* prettyFunction);
-void EmitLine(log4cplus::Logger& logger, log4cplus::LogLevel level, const LogStream& line, const char* file,
+ERVLOGGING_EXPORT void BeginLine(LogStream& line, const char* prettyFunction);
+ERVLOGGING_EXPORT void EmitLine(log4cplus::Logger& logger, log4cplus::LogLevel level, const LogStream& line, const char* file,
               int sourceLine, const char* function);
 } // namespace detail
 

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "ErvLogging/Export.h"
+
 #include <string>
 
 namespace Erv {
 
 // The name by which messages refer to a source file: the path as compiled, without extension
 // ("Include/Erv/Unreachable.h" -> "Include/Erv/Unreachable").
-std::string SourceName(const char* file);
+ERVLOGGING_EXPORT std::string SourceName(const char* file);
 
 } // namespace Erv

@@ -1,13 +1,15 @@
 // Text helpers of the platform: a UTF-8 string type and the Latin-1 <-> UTF-8 recoding.
 #pragma once
 
+#include "ErvLogging/Export.h"
+
 #include <ostream>
 #include <string>
 
 namespace Erv {
 
 // Bytes that are known to be valid UTF-8. Made explicitly, never converted implicitly.
-class UTF8String {
+class ERVLOGGING_EXPORT UTF8String {
 public:
     UTF8String() = default;
     // The caller vouches for the encoding; use RepairUTF8 or getUTF8FromLatin1 for untrusted bytes.
@@ -23,10 +25,10 @@ private:
 };
 
 // Every byte is a Latin-1 character; the result is its UTF-8 form.
-UTF8String getUTF8FromLatin1(const std::string& latin1);
+ERVLOGGING_EXPORT UTF8String getUTF8FromLatin1(const std::string& latin1);
 
 // Each character of the UTF-8 text becomes one Latin-1 byte; characters above U+00FF and invalid
 // sequences become '?'.
-std::string getLatin1FromUTF8Lossy(const std::string& utf8);
+ERVLOGGING_EXPORT std::string getLatin1FromUTF8Lossy(const std::string& utf8);
 
 } // namespace Erv

@@ -1,6 +1,8 @@
 // The raw bytes of a KNX group value, held inline (no heap allocation: this runs on the bus path).
 #pragma once
 
+#include "KnxStack/Export.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -8,7 +10,7 @@
 
 namespace KnxStack {
 
-class BinaryData {
+class KNXSTACK_EXPORT BinaryData {
 public:
     // Enough for any KNX DPT of up to 255 bits; longer data throws GroupValueException.
     static constexpr std::size_t Capacity = 32;

@@ -15,6 +15,8 @@
 // 14-octet string (DPT 16) is padded with zero bytes and cut at 14.
 #pragma once
 
+#include "KnxStack/Export.h"
+
 #include "KnxStack/BinaryData.h"
 #include "KnxStack/GroupValueException.h"
 
@@ -23,7 +25,7 @@
 
 namespace KnxStack {
 
-class GroupValue {
+class KNXSTACK_EXPORT GroupValue {
 public:
     enum DayOfWeek { NoDay = 0, Monday, Tuesday, Wednesday, Thursday, Friday, Saturday, Sunday };
 
@@ -93,6 +95,6 @@ private:
     unsigned int m_definedSize = 0;
 };
 
-std::ostream& operator<<(std::ostream& os, const GroupValue& value);
+KNXSTACK_EXPORT std::ostream& operator<<(std::ostream& os, const GroupValue& value);
 
 } // namespace KnxStack

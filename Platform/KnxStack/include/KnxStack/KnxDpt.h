@@ -1,6 +1,8 @@
 // A KNX datapoint type: bit size, main number and sub number.
 #pragma once
 
+#include "KnxStack/Export.h"
+
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -19,5 +21,5 @@ inline bool operator==(const KNXDPT& a, const KNXDPT& b)
 inline bool operator!=(const KNXDPT& a, const KNXDPT& b) { return !(a == b); }
 
 // "9.001", or "9.x" for sub number 0.
-std::string ToString(const KNXDPT& dpt);
-std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt);
+KNXSTACK_EXPORT std::string ToString(const KNXDPT& dpt);
+KNXSTACK_EXPORT std::ostream& operator<<(std::ostream& os, const KNXDPT& dpt);

@@ -25,6 +25,8 @@
 // previous handler. The destructor drops what is still to be answered.
 #pragma once
 
+#include "SimulatedDeviceStack/Export.h"
+
 #include "DeviceStackClient/IDeviceStackClient.h"
 
 #include <boost/optional.hpp>
@@ -44,7 +46,7 @@
 
 namespace Kelo {
 
-class SimulatedDeviceStack final : public IDeviceStackClient {
+class SIMULATEDDEVICESTACK_EXPORT SimulatedDeviceStack final : public IDeviceStackClient {
 public:
     using Clock = std::chrono::steady_clock;
     using Delay = std::chrono::microseconds;

@@ -1,0 +1,38 @@
+# Installs the build tree into a scratch prefix and builds the consumer against it, the way a host
+# team does: with find_package (MODE=cmake) or with pkg-config (MODE=pkg-config). Then runs it.
+#   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config -DCXX=... -DCXX_FLAGS=... -P RunConsumer.cmake
+set(source ${CMAKE_CURRENT_LIST_DIR})
+set(prefix ${WORK}/prefix)
+file(REMOVE_RECURSE ${WORK})
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+  if(NOT rc EQUAL 0)
+    string(REPLACE ";" " " line "${ARGN}")
+    message(FATAL_ERROR "${line}\nfailed (${rc}):\n${out}")
+  endif()
+  set(output "${out}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+file(GLOB libdir LIST_DIRECTORIES true ${prefix}/lib/*-linux-*)
+set(ENV{LD_LIBRARY_PATH} "${libdir}")
+
+if(MODE STREQUAL "cmake")
+  run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${prefix}
+    -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Debug)
+  run(${CMAKE_COMMAND} --build ${WORK}/build)
+  set(program ${WORK}/build/consumer)
+else()
+  # Only the scratch prefix, so a copy installed on the machine cannot stand in for it.
+  set(ENV{PKG_CONFIG_PATH} ${libdir}/pkgconfig)
+  run(pkg-config --cflags --libs ervobjectmodel)
+  string(STRIP "${output}" flags)
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
+  set(program ${WORK}/consumer)
+  run(${CXX} -std=c++17 ${cxx_flags} ${source}/main.cpp -o ${program} ${flags})
+endif()
+
+run(${program})
+message(STATUS "${output}")
