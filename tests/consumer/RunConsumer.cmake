@@ -1,6 +1,9 @@
 # Installs the build tree into a scratch prefix and builds the consumer against it, the way a host
 # team does: with find_package (MODE=cmake) or with pkg-config (MODE=pkg-config). Then runs it.
-#   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config -DCXX=... -DCXX_FLAGS=... -P RunConsumer.cmake
+#   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config -DCXX=... -DCXX_FLAGS=...
+#         [-DTOOLCHAIN=file -DTRIPLET=arm-linux-gnueabihf -DEMULATOR=qemu-arm] -P RunConsumer.cmake
+# A cross build passes its toolchain, multiarch triplet and emulator: the consumer is then built
+# for the target and run under the emulator.
 set(source ${CMAKE_CURRENT_LIST_DIR})
 set(prefix ${WORK}/prefix)
 file(REMOVE_RECURSE ${WORK})
@@ -19,13 +22,21 @@ file(GLOB libdir LIST_DIRECTORIES true ${prefix}/lib/*-linux-*)
 set(ENV{LD_LIBRARY_PATH} "${libdir}")
 
 if(MODE STREQUAL "cmake")
-  run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${prefix}
+  set(cross)
+  if(TOOLCHAIN)
+    # The toolchain confines package searches to the target's root; point at the scratch copy.
+    set(cross -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN} -DErvObjectModel_DIR=${libdir}/cmake/ErvObjectModel)
+  endif()
+  run(${CMAKE_COMMAND} -S ${source} -B ${WORK}/build -DCMAKE_PREFIX_PATH=${prefix} ${cross}
     -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_BUILD_TYPE=Debug)
   run(${CMAKE_COMMAND} --build ${WORK}/build)
   set(program ${WORK}/build/consumer)
 else()
   # Only the scratch prefix, so a copy installed on the machine cannot stand in for it.
   set(ENV{PKG_CONFIG_PATH} ${libdir}/pkgconfig)
+  if(TRIPLET)
+    set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${TRIPLET}/pkgconfig:/usr/share/pkgconfig)
+  endif()
   run(pkg-config --cflags --libs ervobjectmodel)
   string(STRIP "${output}" flags)
   separate_arguments(flags UNIX_COMMAND "${flags}")
@@ -34,5 +45,5 @@ else()
   run(${CXX} -std=c++17 ${cxx_flags} ${source}/main.cpp -o ${program} ${flags})
 endif()
 
-run(${program})
+run(${EMULATOR} ${program})
 message(STATUS "${output}")
