@@ -7,6 +7,7 @@
 #   make tsan    the messaging tests, stress test included, built with ThreadSanitizer
 #   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
 #   make bench   Release build of the benchmarks, with repetitions
+#   make fuzz    the libFuzzer targets (clang, ASan and UBSan), each for FUZZ_SECONDS
 #   make install          install into PREFIX (default /usr/local; DESTDIR works as usual)
 #   make package          the Debian packages for this machine (amd64), checked
 #   make package-armhf    the same for the 32-bit ARM controller, from the cross build
@@ -32,6 +33,7 @@ BUILD_ASAN ?= build-asan
 BUILD_TSAN ?= build-tsan
 BUILD_ARMHF ?= build-armhf
 BUILD_RELEASE ?= build-release
+BUILD_FUZZ ?= build-fuzz
 
 # `make run` and `make test` share one tree, so switching between them never rebuilds.
 HOST_ARGS := -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_WERROR=ON
@@ -43,6 +45,13 @@ TSAN_ARGS := -DCMAKE_BUILD_TYPE=Debug -DERV_SANITIZE=thread -DERV_BUILD_BENCHMAR
 TSAN_TARGETS := DscAsyncRequestMessengerTest RequestMessengerDeviceStackTest
 ARMHF_ARGS := -DCMAKE_TOOLCHAIN_FILE=cmake/toolchain-armhf.cmake -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DERV_BUILD_BENCHMARKS=OFF -DERV_BUILD_TOOLS=OFF
+# Optimised, as libFuzzer wants for its rate of executions; the library and the stand-ins are
+# instrumented for coverage too, so the fuzzer steers by what happens inside them.
+FUZZ_ARGS := -DCMAKE_CXX_COMPILER=clang++-14 -DCMAKE_BUILD_TYPE=RelWithDebInfo -DERV_SANITIZE=address,undefined \
+  -DERV_FUZZ_ENGINE=libfuzzer -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF -DERV_BUILD_BENCHMARKS=OFF
+# Per target; CI passes less.
+FUZZ_SECONDS ?= 60
+FUZZ_TARGETS ?=
 RELEASE_ARGS := -DCMAKE_BUILD_TYPE=Release -DERV_BUILD_TESTS=OFF -DERV_BUILD_TOOLS=OFF
 
 # What `make run` builds and runs: ervom on the shipped capture (which holds refused telegrams on
@@ -81,13 +90,16 @@ define configure
 	fi
 endef
 
-.PHONY: run test asan tsan armhf bench clean deps deps-armhf configure install package package-armhf abi-update
+.PHONY: run test asan tsan armhf bench fuzz clean deps deps-armhf deps-fuzz configure install package package-armhf abi-update
 
 deps:
 	@scripts/install-deps.sh host
 
 deps-armhf:
 	@scripts/install-deps.sh armhf
+
+deps-fuzz:
+	@scripts/install-deps.sh fuzz
 
 configure: deps
 	$(call configure,$(BUILD),$(HOST_ARGS))
@@ -148,5 +160,10 @@ bench: deps
 	cmake --build $(BUILD_RELEASE) --parallel $(JOBS) --target ervom_bench
 	$(BUILD_RELEASE)/bench/ervom_bench $(BENCH_ARGS)
 
+fuzz: deps-fuzz
+	$(call configure,$(BUILD_FUZZ),$(FUZZ_ARGS))
+	cmake --build $(BUILD_FUZZ) --parallel $(JOBS)
+	scripts/run-fuzzers.sh $(BUILD_FUZZ) $(FUZZ_SECONDS) $(FUZZ_TARGETS)
+
 clean:
-	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_TSAN) $(BUILD_ARMHF) $(BUILD_RELEASE)
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_TSAN) $(BUILD_ARMHF) $(BUILD_RELEASE) $(BUILD_FUZZ)

@@ -11,6 +11,10 @@ function(erv_target_defaults target)
       -fno-sanitize-recover=all)
     target_link_options(${target} PRIVATE -fsanitize=${ERV_SANITIZE})
   endif()
+  # Coverage feedback for libFuzzer from every target the fuzz binaries run through.
+  if(ERV_FUZZ_ENGINE STREQUAL "libfuzzer")
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+  endif()
 endfunction()
 
 include(GenerateExportHeader)

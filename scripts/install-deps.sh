@@ -2,6 +2,7 @@
 # Installs the Debian packages the build needs, quietly, and only when something is missing.
 #   install-deps.sh host    build and test on this machine
 #   install-deps.sh armhf   cross build for the 32-bit ARM controller, run under qemu-arm
+#   install-deps.sh fuzz    clang with libFuzzer and the sanitizer runtimes, llvm-symbolizer for stacks
 # Exit codes: 0 ready, 3 the armhf packages could not be installed (archive unreachable).
 set -euo pipefail
 mode=${1:-host}
@@ -15,6 +16,8 @@ armhf_pkgs=(g++-arm-linux-gnueabihf qemu-user libc6:armhf
   libboost-dev:armhf libboost-thread-dev:armhf libboost-date-time-dev:armhf
   libboost-chrono-dev:armhf libboost-timer-dev:armhf libboost-filesystem-dev:armhf
   liblog4cplus-dev:armhf libutfcpp-dev:armhf libgtest-dev:armhf libgmock-dev:armhf)
+
+fuzz_pkgs=(clang-14 libclang-rt-14-dev llvm-14)
 
 missing() {
   local p out=()
@@ -30,6 +33,15 @@ export DEBIAN_FRONTEND=noninteractive
 case "$mode" in
 host)
   need=$(missing "${host_pkgs[@]}")
+  [ -z "$need" ] && exit 0
+  echo "installing: $need"
+  sudo_ apt-get update -qq >/dev/null 2>&1 || true
+  # shellcheck disable=SC2086
+  sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
+  ;;
+fuzz)
+  "$0" host
+  need=$(missing "${fuzz_pkgs[@]}")
   [ -z "$need" ] && exit 0
   echo "installing: $need"
   sudo_ apt-get update -qq >/dev/null 2>&1 || true
@@ -60,5 +72,5 @@ armhf)
   done
   exit 3
   ;;
-*) echo "usage: $0 host|armhf" >&2; exit 2 ;;
+*) echo "usage: $0 host|fuzz|armhf" >&2; exit 2 ;;
 esac

@@ -18,7 +18,7 @@ struct AssertionRecord {
 
 // "Include/Erv/Function:87: operator() ERV_ASSERT2(m_storage) failed"
 // (the source is written without its file extension).
-ERVLOGGING_EXPORT [[noreturn]] void AssertionFailed(const AssertionRecord& record);
+[[noreturn]] ERVLOGGING_EXPORT void AssertionFailed(const AssertionRecord& record);
 
 } // namespace Erv
 

@@ -1,0 +1,34 @@
+// The app host configuration file, as any bytes a flash page or an editor could leave there.
+#include "FuzzSupport.h"
+
+#include "ErvObjectModel/AppHostConfig.h"
+
+#include <stdexcept>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    ErvFuzz::Setup();
+    std::vector<char> text(data, data + size);
+    text.push_back('\0');
+
+    ErvFuzz::LogLines::Reset();
+    Erv::AppHostConfiguration config;
+    bool loaded = false;
+    try {
+        loaded = config.LoadAppHostConfigXML(text.data());
+    } catch (const std::invalid_argument&) {
+        return 0; // an "ObjId" that is no number: the loader's documented way to stop
+    } catch (const std::out_of_range&) {
+        return 0;
+    }
+    ErvFuzz::RequireRefusalLogged(loaded, "LoadAppHostConfigXML", std::to_string(size) + " bytes");
+
+    // What a host reads afterwards must be readable, whatever was loaded.
+    std::size_t touched = config.GetResponseDataPoints().size();
+    for (const auto* path :
+         {&config.GetRootPathNativeApp(), &config.GetRootPathManagedApp(), &config.GetRootPathAppHost(),
+          &config.GetRootPathAppConnectorHost(), &config.GetPathObjectModelConfig()})
+        touched += *path ? (*path)->string().size() : 0;
+    return touched == static_cast<std::size_t>(-1);
+}
