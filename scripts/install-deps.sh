@@ -11,13 +11,15 @@ host_pkgs=(cmake make g++ pkg-config
   libboost-dev libboost-thread-dev libboost-date-time-dev libboost-chrono-dev
   libboost-timer-dev libboost-filesystem-dev libboost-program-options-dev
   liblog4cplus-dev librapidxml-dev libutfcpp-dev
-  libgtest-dev libgmock-dev libbenchmark-dev)
+  libgtest-dev libgmock-dev libbenchmark-dev
+  # a second compiler for the installed headers, as some host teams use it
+  clang-14)
 armhf_pkgs=(g++-arm-linux-gnueabihf qemu-user libc6:armhf
   libboost-dev:armhf libboost-thread-dev:armhf libboost-date-time-dev:armhf
   libboost-chrono-dev:armhf libboost-timer-dev:armhf libboost-filesystem-dev:armhf
   liblog4cplus-dev:armhf libutfcpp-dev:armhf libgtest-dev:armhf libgmock-dev:armhf)
 
-fuzz_pkgs=(clang-14 libclang-rt-14-dev llvm-14)
+fuzz_pkgs=(libclang-rt-14-dev llvm-14)
 
 missing() {
   local p out=()

@@ -1,6 +1,8 @@
 # Installs the build tree into a scratch prefix and builds the consumer against it, the way a host
 # team does: with find_package (MODE=cmake) or with pkg-config (MODE=pkg-config). Then runs it.
-#   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config -DCXX=... -DCXX_FLAGS=...
+# MODE=headers compiles every installed header in one unit with warnings as errors instead, so a
+# host's compiler (CXX may be another than the library's) accepts all of them.
+#   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config|headers -DCXX=... -DCXX_FLAGS=...
 #         [-DTOOLCHAIN=file -DTRIPLET=arm-linux-gnueabihf -DEMULATOR=qemu-arm] -P RunConsumer.cmake
 # A cross build passes its toolchain, multiarch triplet and emulator: the consumer is then built
 # for the target and run under the emulator.
@@ -37,10 +39,27 @@ else()
   if(TRIPLET)
     set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${TRIPLET}/pkgconfig:/usr/share/pkgconfig)
   endif()
-  run(pkg-config --cflags --libs ervobjectmodel)
+  set(wanted --cflags --libs)
+  if(MODE STREQUAL "headers")
+    set(wanted --cflags)
+  endif()
+  run(pkg-config ${wanted} ervobjectmodel)
   string(STRIP "${output}" flags)
   separate_arguments(flags UNIX_COMMAND "${flags}")
   separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
+  if(MODE STREQUAL "headers")
+    file(GLOB_RECURSE headers RELATIVE ${prefix}/include ${prefix}/include/*.h)
+    list(SORT headers)
+    set(unit "")
+    foreach(header IN LISTS headers)
+      string(APPEND unit "#include \"${header}\"\n")
+    endforeach()
+    file(WRITE ${WORK}/headers.cpp "${unit}")
+    run(${CXX} -std=c++17 -fsyntax-only -Wall -Wextra -Werror ${cxx_flags} ${WORK}/headers.cpp ${flags})
+    list(LENGTH headers count)
+    message(STATUS "${count} installed headers compile with ${CXX}")
+    return()
+  endif()
   set(program ${WORK}/consumer)
   run(${CXX} -std=c++17 ${cxx_flags} ${source}/main.cpp -o ${program} ${flags})
 endif()
