@@ -8,14 +8,6 @@
 
 namespace {
 
-const Erv::ErvKnxValueConverter& Converter()
-{
-    static Erv::ErvKnxValueConverter converter;
-    static const bool ready = converter.Init();
-    (void)ready;
-    return converter;
-}
-
 // Deserialize(Serialize(v)) == v, in both text formats.
 void RequireRoundTrip(const AVOVALUE& value, const std::string& text)
 {
@@ -52,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         detail << "DPT " << dpt << " ";
         const std::string text = in.Rest();
         KnxStack::GroupValue bus;
-        const bool ok = Converter().ToKnxValue(dpt, text, bus);
+        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().ToKnxValue(dpt, text, bus);
         ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(DPT, text)", detail.str() + "'" + text + "'");
         break;
     }
@@ -60,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const unsigned long bitSize = in.U32();
         const std::string text = in.Rest();
         KnxStack::GroupValue bus;
-        const bool ok = Converter().ToKnxValue(text, bitSize, bus);
+        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().ToKnxValue(text, bitSize, bus);
         ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(text, bits)", std::to_string(bitSize) + " bits '" + text + "'");
         break;
     }
@@ -68,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const bool internalFormat = in.Bool();
         const KnxStack::GroupValue bus = ErvFuzz::AnyGroupValue(in);
         std::string text;
-        const bool ok = Converter().FromKnxValue(bus, text, internalFormat);
+        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().FromKnxValue(bus, text, internalFormat);
         detail << "group value " << bus.GetDefinedSize() << " bits: " << bus.GetRawData().ToString();
         ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue(group value, text)", detail.str());
         if (ok) {

@@ -62,6 +62,18 @@ void Setup();
 // turned into a crash, so that the fuzzer keeps the input as a finding.
 [[noreturn]] void Violated(const char* property, const std::string& detail);
 
+// One converter of the given class for the whole run, initialised on first use as a host does it
+// at start-up.
+template <class Converter>
+const Converter& InitialisedOnce()
+{
+    static Converter converter;
+    static const bool initialised = converter.Init();
+    if (!initialised)
+        Violated("the converter initialises", "Init() returned false");
+    return converter;
+}
+
 // A refusal must say why: a false or empty result without a line that a host's usual logging shows
 // leaves an integrator with nothing but the bytes. Most refusals are ERROR lines; a conversion that
 // finds no DPT for a bit size says so at INFO.

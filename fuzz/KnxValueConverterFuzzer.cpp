@@ -6,18 +6,6 @@
 
 #include <sstream>
 
-namespace {
-
-const Erv::KnxValueConverter& Converter()
-{
-    static Erv::KnxValueConverter converter;
-    static const bool ready = converter.Init();
-    (void)ready;
-    return converter;
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     ErvFuzz::Setup();
@@ -32,13 +20,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (fromBus) {
         const KnxStack::GroupValue bus = ErvFuzz::AnyGroupValue(in);
         AVOVALUE value;
-        const bool ok = Converter().FromKnxValue(dpt, bus, value);
+        const bool ok = ErvFuzz::InitialisedOnce<Erv::KnxValueConverter>().FromKnxValue(dpt, bus, value);
         detail << "group value " << bus.GetDefinedSize() << " bits: " << bus.GetRawData().ToString();
         ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue", detail.str());
     } else {
         const AVOVALUE value = ErvFuzz::AnyValue(in);
         KnxStack::GroupValue bus;
-        const bool ok = Converter().ToKnxValue(dpt, value, bus);
+        const bool ok = ErvFuzz::InitialisedOnce<Erv::KnxValueConverter>().ToKnxValue(dpt, value, bus);
         detail << "value " << value;
         ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue", detail.str());
     }
