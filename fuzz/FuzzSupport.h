@@ -42,17 +42,17 @@ private:
 
 // Any DPT: bit size, main and sub number as the input gives them.
 KNXDPT AnyDpt(Input& in);
-// Any group value: a defined size of up to 16 bits' worth (0..65535) and up to 32 raw bytes, the
-// most the bus record holds.
+// Any group value: a defined size of 0 to 65535 bits, whatever the bytes, and up to 32 raw bytes,
+// the most the bus record holds.
 KnxStack::GroupValue AnyGroupValue(Input& in);
 // Any application value: a type number (most often a known one), the number slot's 64 bits, every
 // calendar field and a text.
 AVOVALUE AnyValue(Input& in);
 
-// Log lines since the last Reset(), counted by level.
+// Log lines since the last Reset() that a host's usual configuration shows.
 struct LogLines {
     static void Reset();
-    static int Reported(); // INFO and above: what a host's usual configuration shows
+    static int Reported(); // INFO and above
 };
 
 // Logging on at every level into a counter, the time zone fixed. Idempotent.
