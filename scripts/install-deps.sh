@@ -32,23 +32,23 @@ missing() {
 sudo_() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 export DEBIAN_FRONTEND=noninteractive
 
+# install_missing PACKAGE...: installs those that are not installed yet.
+install_missing() {
+  local need
+  need=$(missing "$@")
+  [ -z "$need" ] && return 0
+  echo "installing: $need"
+  sudo_ apt-get update -qq >/dev/null 2>&1 || true
+  # shellcheck disable=SC2086
+  sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
+}
+
 case "$mode" in
 host)
-  need=$(missing "${host_pkgs[@]}")
-  [ -z "$need" ] && exit 0
-  echo "installing: $need"
-  sudo_ apt-get update -qq >/dev/null 2>&1 || true
-  # shellcheck disable=SC2086
-  sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
+  install_missing "${host_pkgs[@]}"
   ;;
 fuzz)
-  "$0" host
-  need=$(missing "${fuzz_pkgs[@]}")
-  [ -z "$need" ] && exit 0
-  echo "installing: $need"
-  sudo_ apt-get update -qq >/dev/null 2>&1 || true
-  # shellcheck disable=SC2086
-  sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
+  install_missing "${host_pkgs[@]}" "${fuzz_pkgs[@]}"
   ;;
 armhf)
   "$0" host
