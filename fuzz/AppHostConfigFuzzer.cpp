@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::out_of_range&) {
         return 0;
     }
-    ErvFuzz::RequireRefusalLogged(loaded, "LoadAppHostConfigXML", std::to_string(size) + " bytes");
+    ErvFuzz::RequireRefusalLogged(loaded, "LoadAppHostConfigXML", [size] { return std::to_string(size) + " bytes"; });
 
     // What a host reads afterwards must be readable, whatever was loaded.
     for (const auto* path :

@@ -4,7 +4,7 @@
 
 #include "ErvObjectModel/KnxValueConverter.h"
 
-#include <sstream>
+#include <string>
 
 namespace {
 
@@ -29,8 +29,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ErvFuzz::Input in(data, size);
     const std::uint8_t operation = in.U8() % 4;
 
+    const Erv::ErvKnxValueConverter& converter = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>();
     ErvFuzz::LogLines::Reset();
-    std::ostringstream detail;
     switch (operation) {
     case 0: {
         const std::string text = in.Rest();
@@ -40,34 +40,34 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
     }
     case 1: {
-        KNXDPT dpt = ErvFuzz::AnyDpt(in);
-        detail << "DPT " << dpt << " ";
+        const KNXDPT asked = ErvFuzz::AnyDpt(in);
+        KNXDPT dpt = asked;
         const std::string text = in.Rest();
         KnxStack::GroupValue bus;
-        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().ToKnxValue(dpt, text, bus);
-        ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(DPT, text)", detail.str() + "'" + text + "'");
+        const bool ok = converter.ToKnxValue(dpt, text, bus);
+        ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(DPT, text)",
+                                      [&] { return "DPT " + ErvFuzz::Describe(asked) + " '" + text + "'"; });
         break;
     }
     case 2: {
         const unsigned long bitSize = in.U32();
         const std::string text = in.Rest();
         KnxStack::GroupValue bus;
-        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().ToKnxValue(text, bitSize, bus);
-        ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(text, bits)", std::to_string(bitSize) + " bits '" + text + "'");
+        const bool ok = converter.ToKnxValue(text, bitSize, bus);
+        ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue(text, bits)",
+                                      [&] { return std::to_string(bitSize) + " bits '" + text + "'"; });
         break;
     }
     default: {
         const bool internalFormat = in.Bool();
         const KnxStack::GroupValue bus = ErvFuzz::AnyGroupValue(in);
         std::string text;
-        const bool ok = ErvFuzz::InitialisedOnce<Erv::ErvKnxValueConverter>().FromKnxValue(bus, text, internalFormat);
-        detail << "group value " << bus.GetDefinedSize() << " bits: " << bus.GetRawData().ToString();
-        ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue(group value, text)", detail.str());
-        if (ok) {
-            AVOVALUE back;
-            if (!back.Deserialize(text))
-                ErvFuzz::Violated("a decoded value's text reads back", detail.str() + " gave '" + text + "'");
-        }
+        const bool ok = converter.FromKnxValue(bus, text, internalFormat);
+        const auto describe = [&] { return "group value " + ErvFuzz::Describe(bus); };
+        ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue(group value, text)", describe);
+        AVOVALUE back;
+        if (ok && !back.Deserialize(text))
+            ErvFuzz::Violated("a decoded value's text reads back", describe() + " gave '" + text + "'");
         break;
     }
     }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <sstream>
 
 namespace ErvFuzz {
 
@@ -21,11 +22,25 @@ std::uint8_t Input::U8()
     return *m_data++;
 }
 
-std::uint16_t Input::U16() { return static_cast<std::uint16_t>(U8() << 8 | U8()); }
+// Big-endian. The high part is read in a statement of its own: the operands of `|` are unsequenced,
+// and compilers that read them in different orders would decode the same seed differently.
+std::uint16_t Input::U16()
+{
+    const unsigned high = U8();
+    return static_cast<std::uint16_t>(high << 8 | U8());
+}
 
-std::uint32_t Input::U32() { return static_cast<std::uint32_t>(U16()) << 16 | U16(); }
+std::uint32_t Input::U32()
+{
+    const std::uint32_t high = U16();
+    return high << 16 | U16();
+}
 
-std::uint64_t Input::U64() { return static_cast<std::uint64_t>(U32()) << 32 | U32(); }
+std::uint64_t Input::U64()
+{
+    const std::uint64_t high = U32();
+    return high << 32 | U32();
+}
 
 std::string Input::Bytes(std::size_t maxLength)
 {
@@ -138,10 +153,20 @@ void Violated(const char* property, const std::string& detail)
     std::abort();
 }
 
-void RequireRefusalLogged(bool succeeded, const char* operation, const std::string& detail)
+bool RefusedSilently(bool succeeded) { return !succeeded && LogLines::Reported() == 0; }
+
+std::string Describe(const KNXDPT& dpt) { return ToString(dpt) + " (" + std::to_string(dpt.bitSize) + " bits)"; }
+
+std::string Describe(const KnxStack::GroupValue& bus)
 {
-    if (!succeeded && LogLines::Reported() == 0)
-        Violated("a refusal writes a log line", std::string(operation) + " returned no result, silently: " + detail);
+    return std::to_string(bus.GetDefinedSize()) + " bits: " + bus.GetRawData().ToString();
+}
+
+std::string Describe(const AVOVALUE& value)
+{
+    std::ostringstream text;
+    text << value;
+    return text.str();
 }
 
 } // namespace ErvFuzz

@@ -74,9 +74,22 @@ const Converter& InitialisedOnce()
     return converter;
 }
 
+// For messages about an input: "9.001 (16 bits)", "16 bits: 0C 1A", "ivtFloat(21.5)".
+std::string Describe(const KNXDPT& dpt);
+std::string Describe(const KnxStack::GroupValue& bus);
+std::string Describe(const AVOVALUE& value);
+
 // A refusal must say why: a false or empty result without a line that a host's usual logging shows
 // leaves an integrator with nothing but the bytes. Most refusals are ERROR lines; a conversion that
-// finds no DPT for a bit size says so at INFO.
-void RequireRefusalLogged(bool succeeded, const char* operation, const std::string& detail);
+// finds no DPT for a bit size says so at INFO. `describe` names the input; it is called only on a
+// violation, so that passing inputs cost no text.
+bool RefusedSilently(bool succeeded);
+template <class Describe>
+void RequireRefusalLogged(bool succeeded, const char* operation, Describe describe)
+{
+    if (RefusedSilently(succeeded))
+        Violated("a refusal writes a log line",
+                 std::string(operation) + " returned no result, silently: " + describe());
+}
 
 } // namespace ErvFuzz

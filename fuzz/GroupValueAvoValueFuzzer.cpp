@@ -4,7 +4,7 @@
 #include "ErvObjectModel/GroupValueAvoValue.h"
 
 #include <cmath>
-#include <sstream>
+#include <string>
 
 namespace {
 
@@ -24,27 +24,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     ErvFuzz::Input in(data, size);
     const bool fromBus = in.Bool();
     const unsigned long dpt = in.U32();
-    std::ostringstream detail;
-    detail << "DPT " << (dpt >> 16) << "." << (dpt & 0xFFFF) << " ";
+    const auto named = [dpt](const std::string& what) {
+        return "DPT " + std::to_string(dpt >> 16) + "." + std::to_string(dpt & 0xFFFF) + " " + what;
+    };
 
     if (fromBus) {
         const KnxStack::GroupValue bus = ErvFuzz::AnyGroupValue(in);
-        detail << "group value " << bus.GetDefinedSize() << " bits: " << bus.GetRawData().ToString();
+        const auto describe = [&] { return named("group value " + ErvFuzz::Describe(bus)); };
         ErvFuzz::LogLines::Reset();
         const bool accepted = Erv::CheckGroupValue(bus, dpt);
-        ErvFuzz::RequireRefusalLogged(accepted, "CheckGroupValue", detail.str());
+        ErvFuzz::RequireRefusalLogged(accepted, "CheckGroupValue", describe);
         ErvFuzz::LogLines::Reset();
         const boost::optional<AVOVALUE> value = Erv::GroupValueToAvoValue(bus, dpt);
-        ErvFuzz::RequireRefusalLogged(value.has_value(), "GroupValueToAvoValue", detail.str());
+        ErvFuzz::RequireRefusalLogged(value.has_value(), "GroupValueToAvoValue", describe);
         if (value && !accepted)
-            ErvFuzz::Violated("GroupValueToAvoValue decodes only what CheckGroupValue accepts", detail.str());
+            ErvFuzz::Violated("GroupValueToAvoValue decodes only what CheckGroupValue accepts", describe());
     } else {
         const AVOVALUE value = ErvFuzz::AnyValue(in);
-        detail << "value " << value;
         ErvFuzz::LogLines::Reset();
         const boost::optional<KnxStack::GroupValue> bus = Erv::AvoValueToGroupValue(value, dpt);
         ErvFuzz::RequireRefusalLogged(bus.has_value() || SilentByDesign(value, dpt), "AvoValueToGroupValue",
-                                      detail.str());
+                                      [&] { return named("value " + ErvFuzz::Describe(value)); });
     }
     return 0;
 }

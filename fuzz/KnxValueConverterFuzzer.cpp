@@ -4,31 +4,29 @@
 
 #include "ErvObjectModel/KnxValueConverter.h"
 
-#include <sstream>
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     ErvFuzz::Setup();
     ErvFuzz::Input in(data, size);
     const bool fromBus = in.Bool();
-    KNXDPT dpt = ErvFuzz::AnyDpt(in);
-    const KNXDPT asked = dpt;
-    std::ostringstream detail;
-    detail << "DPT " << asked << " (" << static_cast<unsigned>(asked.bitSize) << " bits) ";
+    const KNXDPT asked = ErvFuzz::AnyDpt(in);
+    KNXDPT dpt = asked; // the converter fills in a missing DPT
+    const Erv::KnxValueConverter& converter = ErvFuzz::InitialisedOnce<Erv::KnxValueConverter>();
 
     ErvFuzz::LogLines::Reset();
     if (fromBus) {
         const KnxStack::GroupValue bus = ErvFuzz::AnyGroupValue(in);
         AVOVALUE value;
-        const bool ok = ErvFuzz::InitialisedOnce<Erv::KnxValueConverter>().FromKnxValue(dpt, bus, value);
-        detail << "group value " << bus.GetDefinedSize() << " bits: " << bus.GetRawData().ToString();
-        ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue", detail.str());
+        const bool ok = converter.FromKnxValue(dpt, bus, value);
+        ErvFuzz::RequireRefusalLogged(ok, "FromKnxValue", [&] {
+            return "DPT " + ErvFuzz::Describe(asked) + " group value " + ErvFuzz::Describe(bus);
+        });
     } else {
         const AVOVALUE value = ErvFuzz::AnyValue(in);
         KnxStack::GroupValue bus;
-        const bool ok = ErvFuzz::InitialisedOnce<Erv::KnxValueConverter>().ToKnxValue(dpt, value, bus);
-        detail << "value " << value;
-        ErvFuzz::RequireRefusalLogged(ok, "ToKnxValue", detail.str());
+        const bool ok = converter.ToKnxValue(dpt, value, bus);
+        ErvFuzz::RequireRefusalLogged(
+            ok, "ToKnxValue", [&] { return "DPT " + ErvFuzz::Describe(asked) + " value " + ErvFuzz::Describe(value); });
     }
     return 0;
 }
