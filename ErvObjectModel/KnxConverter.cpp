@@ -13,7 +13,7 @@ constexpr unsigned int MaxDptBytes = 32;
 unsigned int ByteLength(const KNXDPT& dpt) { return (dpt.bitSize + 7u) / 8u; }
 } // namespace
 
-bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     unsigned char buffer[MaxDptBytes] = {};
     unsigned int length = ByteLength(dpt);
@@ -44,7 +44,7 @@ bool KnxConverterDefault::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, Knx
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     const KnxStack::BinaryData& raw = grp.GetRawData();
     // The defined size may claim more than the raw data holds; only bytes that are there are read.
@@ -56,7 +56,7 @@ bool KnxConverterDefault::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupV
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 1 || val.ivt != ivtBool)
         return false; // unlike the other converters, the 1-bit checks refuse silently
@@ -65,7 +65,7 @@ bool KnxConverter1Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxSta
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 1)
         return false;
@@ -75,7 +75,7 @@ bool KnxConverter1Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // The DPT table registers 2.x as boolean, yet only ivtByte is accepted here; kept as it is.
     if (dpt.mainNumber != 2 || val.ivt != ivtByte)
@@ -85,7 +85,7 @@ bool KnxConverter2Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxSta
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 2)
         ERV_REJECT("Wrong DPT main number (2.x)!");
@@ -96,7 +96,7 @@ bool KnxConverter2Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // As with 2.x: the table says ivtFloat for 3.x, this converter takes ivtByte only.
     if (dpt.mainNumber != 3 || val.ivt != ivtByte)
@@ -108,7 +108,7 @@ bool KnxConverter4Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxSta
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverter4Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 3)
         ERV_REJECT("Wrong DPT main number (3.x)!");

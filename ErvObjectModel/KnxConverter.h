@@ -96,8 +96,8 @@ ERVOBJECTMODEL_EXPORT std::string ToString(const FloatRange& range);
 class ERVOBJECTMODEL_EXPORT KnxConverter {
 public:
     virtual ~KnxConverter() = default;
-    virtual bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const = 0;
-    virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const = 0;
+    virtual bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) = 0;
+    virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) = 0;
     // A new heap copy of the same concrete class, ranges included; the caller owns it.
     virtual std::unique_ptr<KnxConverter> Clone() const = 0;
 
@@ -129,8 +129,8 @@ protected:
 };
 
 #define ERV_KNX_CONVERTER_OPERATIONS                                                                            \
-    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const override;          \
-    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const override
+    bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) override;          \
+    bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) override
 
 // For DPTs without a converter of their own: goes through the value library's byte-array bridge.
 class ERVOBJECTMODEL_EXPORT KnxConverterDefault : public KnxConverterBase<KnxConverterDefault> {

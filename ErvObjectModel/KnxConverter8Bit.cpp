@@ -31,7 +31,7 @@ std::uint8_t FirstRecodedByte(const std::string& text)
 bool IsValidStatusMode(unsigned int mode) { return mode == 1 || mode == 2 || mode == 4; }
 } // namespace
 
-bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 4 || val.ivt != ivtString)
         ERV_REJECT("Wrong avo value type (ivtString) or DPT main number (4.x)!");
@@ -43,7 +43,7 @@ bool KnxConverter8BitString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, 
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 4)
@@ -67,7 +67,7 @@ bool KnxConverter8BitString::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gro
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (val.ivt != ivtByte)
@@ -82,7 +82,7 @@ bool KnxConverterByte8BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE&
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                AVOVALUE& val) const try {
+                                                AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     const std::uint8_t byte = grp.GetAsUnsigned8();
     if (!m_range.Contains(byte))
@@ -93,7 +93,7 @@ bool KnxConverterByte8BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStac
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 6 || val.ivt != ivtInteger)
@@ -105,7 +105,7 @@ bool KnxConverterInteger8BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                 AVOVALUE& val) const try {
+                                                 AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     const std::int8_t number = grp.GetAsSigned8();
     val.ivt = ivtInteger;
@@ -114,7 +114,7 @@ bool KnxConverterInteger8BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSta
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Lenient: any one of the three matching is enough.
     if (dpt.mainNumber != 6 && dpt.subNumber != 20 && val.ivt != ivtByte)
@@ -129,7 +129,7 @@ bool KnxConverterStatus8Bit::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, 
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverterStatus8Bit::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 6 && dpt.subNumber != 20)

@@ -43,7 +43,7 @@ std::int32_t RoundToInt32(double raw)
 } // namespace
 
 bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
-                                                  KnxStack::GroupValue& grp) const try {
+                                                  KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Either the DPT or the type is enough: a 7.x entry writes the word slot of any value.
     if (dpt.mainNumber != 7 && val.ivt != ivtWord)
@@ -54,7 +54,7 @@ bool KnxConverterInteger16BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVA
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                    AVOVALUE& val) const try {
+                                                    AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 7)
         ERV_REJECT("Wrong DPT main number (7.x)!");
@@ -66,7 +66,7 @@ bool KnxConverterInteger16BitUnsigned::FromKnxValue(const KNXDPT& dpt, const Knx
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
-                                                KnxStack::GroupValue& grp) const try {
+                                                KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 8 && val.ivt != ivtInteger)
         ERV_REJECT("Wrong DPT main number (8.x) or avo value type (ivtInteger)!");
@@ -76,7 +76,7 @@ bool KnxConverterInteger16BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALU
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                  AVOVALUE& val) const try {
+                                                  AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 8)
         ERV_REJECT("Wrong DPT main number (8.x)!");
@@ -87,7 +87,7 @@ bool KnxConverterInteger16BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxSt
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 9 && val.ivt != ivtFloat && val.ivt != InvalidReading)
@@ -106,7 +106,7 @@ bool KnxConverterFloat16BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& 
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                               AVOVALUE& val) const try {
+                                               AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (grp.GetAsUnsigned16() == InvalidFloat16) {
         val.ivt = InvalidReading;
@@ -122,7 +122,7 @@ bool KnxConverterFloat16BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 14 && val.ivt != ivtFloat && val.ivt != InvalidReading)
@@ -138,7 +138,7 @@ bool KnxConverterFloat32BitFloat::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& 
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                               AVOVALUE& val) const try {
+                                               AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 14)
         ERV_REJECT("Wrong DPT main number (14.x)!");
@@ -150,7 +150,7 @@ bool KnxConverterFloat32BitFloat::FromKnxValue(const KNXDPT& dpt, const KnxStack
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
-                                                  KnxStack::GroupValue& grp) const try {
+                                                  KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Takes any value and DPT; bits 31..24 of the slot are dropped.
     const std::uint32_t number = val.GetDWord();
@@ -162,7 +162,7 @@ bool KnxConverterInteger24BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVA
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                    AVOVALUE& val) const try {
+                                                    AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     // Neither the DPT nor the size is checked, and the type is left to the caller.
     val.SetDWord(grp.GetRawData().GetUInt32Value(0));
@@ -171,7 +171,7 @@ bool KnxConverterInteger24BitUnsigned::FromKnxValue(const KNXDPT& dpt, const Knx
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
-                                                  KnxStack::GroupValue& grp) const try {
+                                                  KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (val.ivt != ivtDWord)
         ERV_REJECT("Wrong avo value type (ivtDWord)!");
@@ -184,7 +184,7 @@ bool KnxConverterInteger32BitUnsigned::ToKnxValue(const KNXDPT& dpt, const AVOVA
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                    AVOVALUE& val) const try {
+                                                    AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     const auto number = static_cast<std::uint32_t>(grp.GetAsUnsigned32());
     // The type printed is the one the caller prepared, not ivtDWord.
@@ -197,7 +197,7 @@ bool KnxConverterInteger32BitUnsigned::FromKnxValue(const KNXDPT& dpt, const Knx
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
-                                                KnxStack::GroupValue& grp) const try {
+                                                KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Either-or: a 13.x entry reads the integer slot of any value, and an ivtInteger value passes
     // under any DPT.
@@ -214,7 +214,7 @@ bool KnxConverterInteger32BitSigned::ToKnxValue(const KNXDPT& dpt, const AVOVALU
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 bool KnxConverterInteger32BitSigned::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp,
-                                                  AVOVALUE& val) const try {
+                                                  AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 13)
         ERV_REJECT("Wrong DPT main number (13.x)!");

@@ -13,7 +13,7 @@ constexpr std::uint8_t SceneControlReserved = 0x40; // bit 7 is the learn flag
 constexpr std::uint8_t SceneInfoReserved = 0x80;
 } // namespace
 
-bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Lenient on purpose: main number 17, sub number 1 or an ivtByte value, any one will do.
     if (dpt.mainNumber != 17 && dpt.subNumber != 1 && val.ivt != ivtByte)
@@ -27,7 +27,7 @@ bool KnxConverterSceneNumber::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val,
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 17 && dpt.subNumber != 1)
@@ -43,7 +43,7 @@ bool KnxConverterSceneNumber::FromKnxValue(const KNXDPT& dpt, const KnxStack::Gr
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (!IsDptX001(dpt, 18) || val.ivt != ivtByte)
@@ -56,7 +56,7 @@ bool KnxConverterSceneControl::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (!IsDptX001(dpt, 18))
@@ -69,7 +69,7 @@ bool KnxConverterSceneControl::FromKnxValue(const KNXDPT& dpt, const KnxStack::G
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (!IsDptX001(dpt, 26) || val.ivt != ivtByte)
         ERV_REJECT("Wrong DPT for Scene number (26.001) or avo value type (ivtByte).");
@@ -81,7 +81,7 @@ bool KnxConverterSceneInfo::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, K
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverterSceneInfo::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (!IsDptX001(dpt, 26))
         ERV_REJECT("Wrong DPT for Scene number, only 26.001 is valid.");

@@ -33,7 +33,7 @@ bool YearOutside(unsigned short year, unsigned int first, unsigned int last)
 
 // DPT 16.x ------------------------------------------------------------------------------------
 
-bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 16 && val.ivt != ivtString)
@@ -61,7 +61,7 @@ bool KnxConverter14ByteString::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverter14ByteString::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 16)
@@ -97,7 +97,7 @@ ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 // DPT 11.001 ----------------------------------------------------------------------------------
 
-bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     // Names 10.001 and ivtDayTime: the date and the time-of-day converter share this message.
     if (dpt.mainNumber != 11 && dpt.subNumber != 1 && val.ivt != ivtDate)
@@ -111,7 +111,7 @@ bool KnxConverterDate::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxSta
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
+bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 11 && dpt.subNumber != 1)
         ERV_REJECT("Wrong DPT main number (11.001)!");
@@ -135,7 +135,7 @@ ERV_CATCH_GROUP_VALUE_EXCEPTION
 
 // DPT 10.001 ----------------------------------------------------------------------------------
 
-bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
+bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) try {
     ERV_TRACE_TO_KNX(dpt, val);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1 && val.ivt != ivtDayTime)
         ERV_REJECT("Wrong DPT main number (10.001) or avo value type (ivtDayTime)!");
@@ -153,7 +153,7 @@ bool KnxConverterTimeOfDay::ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, K
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1)
@@ -179,7 +179,7 @@ ERV_CATCH_GROUP_VALUE_EXCEPTION
 // DPT 19.001 ----------------------------------------------------------------------------------
 // Neither direction looks at the DPT or the value type, nor writes a trace.
 
-bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const AVOVALUE& val, KnxStack::GroupValue& grp) const
+bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const AVOVALUE& val, KnxStack::GroupValue& grp)
     try {
     const AVOTIME& time = val.GetTime();
     // The test is the year octet's 1900..2155 while the message quotes the date's years; both kept.
@@ -200,7 +200,7 @@ bool KnxConverterDateTime::ToKnxValue(const KNXDPT& /*dpt*/, const AVOVALUE& val
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION
 
-bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::GroupValue& grp, AVOVALUE& val) const
+bool KnxConverterDateTime::FromKnxValue(const KNXDPT& /*dpt*/, const KnxStack::GroupValue& grp, AVOVALUE& val)
     try {
     const KnxStack::BinaryData& raw = grp.GetRawData();
     const unsigned int year = raw.GetUInt8Value(0) + 1900u;

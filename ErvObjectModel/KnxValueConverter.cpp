@@ -313,17 +313,24 @@ bool DptValueMap::Insert(DptValueEntry entry)
     return m_entries[dpt.mainNumber].emplace(dpt.subNumber, std::move(entry)).second;
 }
 
-const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
+const DptValueEntry* DptValueMap::FindEntry(const KNXDPT& dpt) const
 {
     const auto main = m_entries.find(dpt.mainNumber);
-    if (main != m_entries.end()) {
-        const auto& subs = main->second;
-        auto sub = subs.find(dpt.subNumber);
-        if (sub != subs.end())
-            return sub->second;
-        if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
-            return sub->second;
-    }
+    if (main == m_entries.end())
+        return nullptr;
+    const auto& subs = main->second;
+    auto sub = subs.find(dpt.subNumber);
+    if (sub != subs.end())
+        return &sub->second;
+    if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
+        return &sub->second;
+    return nullptr;
+}
+
+const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
+{
+    if (const DptValueEntry* entry = FindEntry(dpt))
+        return *entry;
     ERV_LOG_ERROR("No Entry found for DPT = " << dpt);
     return GetDefaultDptValueEntry();
 }
@@ -387,7 +394,7 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const AVOVALUE& val, KnxStack::G
     if (val.ivt != ivtInvalid && !AreValueTypesCompatible(val.ivt, entry.GetValueType()))
         ERV_REJECT("Invalid value type found for DPT = " << dpt << " val.ivt=" << val.ivt
                                                                      << " val = " << val.ToString());
-    const KnxConverter* converter = entry.GetConverter();
+    KnxConverter* converter = entry.GetConverter();
     if (converter == nullptr)
         ERV_REJECT("NULL pointer as KnxConverter for DPT = " << dpt);
 
@@ -443,7 +450,7 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gr
                                                                         << " GroupValue = " << grp);
     }
 
-    const KnxConverter* converter = entry.GetConverter();
+    KnxConverter* converter = entry.GetConverter();
     if (converter == nullptr)
         ERV_REJECT("NULL pointer as KnxConverter for DPT = " << dpt);
 

@@ -42,8 +42,9 @@ public:
     const KNXDPT& GetDpt() const { return m_dpt; }
     AvoValueType GetValueType() const { return m_valueType; }
     AvoDP::AvoValueSubType GetSubType() const { return m_subType; }
-    // Null only for an entry made without a converter.
-    const KnxConverter* GetConverter() const { return m_converter.get(); }
+    // Null only for an entry made without a converter. Not const: the converter interface's
+    // operations are declared non-const for the hosts' converters, though ours hold no state.
+    KnxConverter* GetConverter() const { return m_converter.get(); }
 
 private:
     KNXDPT m_dpt;
@@ -66,6 +67,9 @@ public:
     // The exact entry, else the main number's wildcard (sub 0), else the shared default entry
     // (logged). Never throws.
     const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+    // The same lookup without a word in the log: null where GetEntry would log and return the
+    // default entry. For tools that ask the table what it knows.
+    const DptValueEntry* FindEntry(const KNXDPT& dpt) const;
     std::size_t Size() const;
 
     // Rows in order of (main, sub), for tools that list the table.
@@ -99,6 +103,8 @@ public:
     bool AddDptValueMapEntry(unsigned short mainNumber, unsigned short subNumber, unsigned char bitSize,
                              AvoValueType valueType, AvoDP::AvoValueSubType subType, const KnxConverter& converter);
     const DptValueEntry& GetEntry(const KNXDPT& dpt) const;
+    // Quiet lookup: null for a DPT without an entry, nothing logged.
+    const DptValueEntry* FindEntry(const KNXDPT& dpt) const { return m_map.FindEntry(dpt); }
     const DptValueMap& GetMap() const { return m_map; }
 
     // A DPT with main number 0 is filled in from a default first (hence the non-const reference).

@@ -25,7 +25,7 @@ inline KNXDPT Dpt(std::uint16_t main, std::uint16_t sub, std::uint8_t bits = 0) 
 
 struct ToKnxCase {
     const char* name;
-    std::shared_ptr<const Erv::KnxConverter> converter;
+    std::shared_ptr<Erv::KnxConverter> converter;
     KNXDPT dpt;
     AVOVALUE value;
     bool ok;
@@ -35,7 +35,7 @@ struct ToKnxCase {
 
 struct FromKnxCase {
     const char* name;
-    std::shared_ptr<const Erv::KnxConverter> converter;
+    std::shared_ptr<Erv::KnxConverter> converter;
     KNXDPT dpt;
     KnxStack::GroupValue bus;
     AVOVALUE before; // the value handed in
@@ -76,7 +76,7 @@ inline void RunFromKnx(const FromKnxCase& c, bool compareSlot = false)
 inline void RunFromKnxSlotExact(const FromKnxCase& c) { RunFromKnx(c, true); }
 
 // A group value the converter's accessor cannot take: false, one ERROR line, the value as it was.
-inline void RunUnfitGroupValue(const Erv::KnxConverter& converter, const KNXDPT& dpt, const KnxStack::GroupValue& bus)
+inline void RunUnfitGroupValue(Erv::KnxConverter& converter, const KNXDPT& dpt, const KnxStack::GroupValue& bus)
 {
     LogCapture log;
     const AVOVALUE before = AVOVALUE::Integer(42);

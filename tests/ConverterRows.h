@@ -9,7 +9,7 @@
 
 namespace ErvTest {
 
-using Converter = std::shared_ptr<const Erv::KnxConverter>;
+using Converter = std::shared_ptr<Erv::KnxConverter>;
 
 // The octets of a `bits`-bit group value, most significant first.
 inline KnxStack::GroupValue Octets(unsigned int bits, std::uint64_t value)

@@ -9,7 +9,7 @@ using namespace Erv;
 
 namespace {
 
-using Converter = std::shared_ptr<const KnxConverter>;
+using Converter = std::shared_ptr<KnxConverter>;
 const Converter Default = std::make_shared<KnxConverterDefault>();
 const Converter OneBit = std::make_shared<KnxConverter1Bit>();
 const Converter TwoBit = std::make_shared<KnxConverter2Bit>();
@@ -96,7 +96,7 @@ TEST(BitConverters, EveryConversionStartsWithItsTrace)
                                                        Debug("DPT is used. DPT = 2.001 grp.size=2 grp.val=01")));
     EXPECT_THAT(log.FullTexts()[0],
                 ::testing::StartsWith("virtual bool Erv::KnxConverter2Bit::ToKnxValue(const KNXDPT&, const AVOVALUE&, "
-                                      "KnxStack::GroupValue&) const - "));
+                                      "KnxStack::GroupValue&) - "));
 }
 
 // What every converter class shares -------------------------------------------------------------

@@ -77,11 +77,11 @@ TEST(DptTable, ExpectedBitSizeByMainNumber)
 // Stands in for any failure below the conversions that is not a refusal.
 class ThrowingConverter : public Erv::KnxConverterBase<ThrowingConverter> {
 public:
-    bool ToKnxValue(const KNXDPT&, const AVOVALUE&, KnxStack::GroupValue&) const override
+    bool ToKnxValue(const KNXDPT&, const AVOVALUE&, KnxStack::GroupValue&) override
     {
         throw KnxStack::GroupValueException("no room");
     }
-    bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, AVOVALUE&) const override
+    bool FromKnxValue(const KNXDPT&, const KnxStack::GroupValue&, AVOVALUE&) override
     {
         throw std::out_of_range("bad date");
     }
