@@ -4,6 +4,7 @@
 // stack's exception caught across the library boundary.
 #include "Erv/AvoValueHelper.h"
 #include "Erv/Function.h"
+#include "Erv/MeasureDuration.h"
 #include "Erv/Unreachable.h"
 #include "ErvLogging/Logging.h"
 #include "ErvLogging/Text.h"
@@ -166,6 +167,7 @@ TEST(HostLinks, FreeFunctionsAndConstants)
     EXPECT_EQ(Erv::Docket("reply", "", true, true).ReadReply(), "reply");
     EXPECT_EQ(&Erv::GetGlobalDefaultLogger(), &Erv::GetGlobalDefaultLogger());
     EXPECT_EQ(Erv::GetLoggingContext(), "");
+    { const Erv::MeasureDuration measure("Took "); }
 
     Erv::ErvKnxValueConverter text;
     ASSERT_TRUE(text.Init());
