@@ -30,7 +30,7 @@ namespace Erv {
 constexpr const char* ConnectorAppName = "ConnectorApp";
 constexpr const char* KimConfigName = "KimConfig";
 // The device stack's object-model configuration.
-extern const boost::filesystem::path DeviceStackObjectModelConfigFile;
+ERVOBJECTMODEL_EXPORT extern const boost::filesystem::path DeviceStackObjectModelConfigFile;
 
 // Where LoadConfigurationFile() reads.
 constexpr const char* AppHostConfigFile = "/opt/userdata/etc/ervapphost/ervapphostconfig.xml";

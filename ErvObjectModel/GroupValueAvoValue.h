@@ -27,7 +27,8 @@ namespace Erv {
 ERVOBJECTMODEL_EXPORT boost::optional<KnxStack::GroupValue> AvoValueToGroupValue(const AVOVALUE& value, unsigned long dpt);
 
 // Checked with CheckGroupValue first. Decoding is timed; from 100 ms on, its duration is logged.
-// A date and time after 2038-01-19 03:14:07 comes back as a value of type ivtEmpty.
+// A date and time that a signed 32-bit count of seconds cannot hold (after 2038-01-19 03:14:07,
+// before 1901-12-13 20:45:52 UTC) comes back as a value of type ivtEmpty.
 ERVOBJECTMODEL_EXPORT boost::optional<AVOVALUE> GroupValueToAvoValue(const KnxStack::GroupValue& groupValue, unsigned long dpt);
 
 // Whether the DPT table's converter accepts the group value. DPTs the table lacks are accepted.

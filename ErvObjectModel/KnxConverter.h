@@ -15,7 +15,6 @@
 #include "KnxStack/KnxDpt.h"
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
 namespace Erv {
@@ -98,8 +97,9 @@ public:
     virtual ~KnxConverter() = default;
     virtual bool ToKnxValue(const KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) = 0;
     virtual bool FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) = 0;
-    // A new heap copy of the same concrete class, ranges included; the caller owns it.
-    virtual std::unique_ptr<KnxConverter> Clone() const = 0;
+    // A new heap copy of the same concrete class, ranges included; the caller owns it (and deletes
+    // it through this interface). A raw pointer, as hosts' converters declare it.
+    virtual KnxConverter* Clone() const = 0;
 
 protected:
     KnxConverter() = default;
@@ -111,10 +111,7 @@ protected:
 template <class Derived>
 class KnxConverterBase : public KnxConverter {
 public:
-    std::unique_ptr<KnxConverter> Clone() const override
-    {
-        return std::make_unique<Derived>(static_cast<const Derived&>(*this));
-    }
+    KnxConverter* Clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
 };
 
 // A converter that holds a range, set where the DPT table is filled.

@@ -123,7 +123,8 @@ using DefaultCreator = AVOVALUE (*)(AvoValueType ivt);
 AVOVALUE CreateDefaultValueEmpty(AvoValueType ivt)
 {
     const AVOVALUE emptyAvoValue;
-    ERV_ASSERT2(emptyAvoValue.ivt == ivt);
+    // Named as the object model's source, whatever tree the library was built in.
+    ERV_ASSERT2_AT("ErvObjectModel/KnxLumMapping", ERV_DETAIL_STRINGIFY(__LINE__), emptyAvoValue.ivt == ivt);
     return emptyAvoValue;
 }
 AVOVALUE CreateFalse(AvoValueType ivt) { return ToAvoValue<bool>(false, ivt); }
@@ -142,7 +143,7 @@ AVOVALUE CreateFirstOf1990(AvoValueType ivt)
 {
     return ToAvoValue(boost::posix_time::ptime(boost::gregorian::date(1990, 1, 1)), ivt);
 }
-// Before the 32-bit time_t range: on the controller mktime fails and its -1 becomes the value.
+// Before the 32-bit time range: the empty value, on every architecture.
 AVOVALUE CreateFirstOf1900(AvoValueType ivt)
 {
     return ToAvoValue(boost::posix_time::ptime(boost::gregorian::date(1900, 1, 1)), ivt);

@@ -370,7 +370,8 @@ bool KnxValueConverter::AddDptValueMapEntry(unsigned short mainNumber, unsigned 
                                             AvoValueType valueType, AvoDP::AvoValueSubType subType,
                                             const KnxConverter& converter)
 {
-    return m_map.Insert(DptValueEntry(KNXDPT{bitSize, mainNumber, subNumber}, valueType, subType, converter.Clone()));
+    return m_map.Insert(DptValueEntry(KNXDPT{bitSize, mainNumber, subNumber}, valueType, subType,
+                                      std::unique_ptr<KnxConverter>(converter.Clone())));
 }
 
 const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const { return m_map.GetEntry(dpt); }
@@ -387,7 +388,8 @@ bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const AVOVALUE& val, KnxStack::G
 
     const DptValueEntry& entry = m_map.GetEntry(dpt);
     if (entry.GetValueType() == ivtEmpty) {
-        // GetEntry has logged "No Entry found for DPT = ". Unknown DPTs pass on purpose.
+        // After GetEntry's own line, the conversion's: unknown DPTs pass on purpose.
+        ERV_LOG_ERROR("No Entry found for DPT = " << dpt);
         ERV_LOG_ERROR("Assume validity and accept value!");
         return true;
     }
@@ -427,7 +429,8 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gr
 
     const DptValueEntry& entry = m_map.GetEntry(dpt);
     if (entry.GetValueType() == ivtEmpty) {
-        // GetEntry has logged "No Entry found for DPT = ". Unknown DPTs pass on purpose.
+        // After GetEntry's own line, the conversion's: unknown DPTs pass on purpose.
+        ERV_LOG_ERROR("No Entry found for DPT = " << dpt);
         ERV_LOG_ERROR("Assume validity and accept value!");
         return true;
     }

@@ -8,8 +8,10 @@
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <ctime>
 #include <iterator>
+#include <limits>
 
 namespace {
 
@@ -57,12 +59,10 @@ boost::optional<TimeOfDay> FromAvoTime(const AVOTIME& time)
     return TimeOfDay::Create(time.hour, time.minute, time.second, day);
 }
 
-// The guard's line (ErvObjectModel/TimeOfDay:68) is in the FATAL line it writes, which hosts
-// search their logs for: keep it where it is.
+// The guard's FATAL line names ErvObjectModel/TimeOfDay:68, which hosts search their logs for.
 AvoWeekDays::WEEK_DAY_TYPES ToAvoWeekday(DayOfWeek day)
 {
-    // Unsigned, so that a negative day is caught as well.
-    const auto index = static_cast<unsigned int>(day);
+    const auto index = static_cast<unsigned int>(day); // unsigned: a negative day is caught too
     if (index < std::size(WeekdayFlags))
         return WeekdayFlags[index];
     ERV_UNREACHABLE(); // line 68, named by the FATAL line
@@ -80,11 +80,18 @@ AVOVALUE ToAvoValue(const boost::posix_time::ptime& time, AvoValueType expectedT
     // A special time (not-a-date-time, infinities) has no calendar fields: no time, like one past 2038.
     if (time.is_special() || time > Last32BitSecond())
         return result;
-    result.ivt = expectedType;
+    // Read as local time. What mktime cannot give as a signed 32-bit count (before 1901-12-13
+    // 20:45:52 UTC, or past 2038 in a zone behind UTC) is no time either: a 32-bit time_t fails
+    // there and a 64-bit one would not, and the controller's answer must be everybody's. mktime
+    // sets the weekday only on success, which tells a failure from 1969-12-31 23:59:59 UTC (-1).
     std::tm calendar = boost::posix_time::to_tm(time);
-    // Read as local time. Where time_t is 32 bits, a time before 1901-12-13 20:45:52 UTC makes
-    // mktime fail, and its -1 is stored as it stands.
-    result.Time() = static_cast<long>(std::mktime(&calendar));
+    calendar.tm_wday = -1;
+    const std::int64_t seconds = std::mktime(&calendar);
+    if (calendar.tm_wday < 0 || seconds < std::numeric_limits<std::int32_t>::min() ||
+        seconds > std::numeric_limits<std::int32_t>::max())
+        return result;
+    result.ivt = expectedType;
+    result.Time() = static_cast<long>(seconds);
     return result;
 }
 

@@ -74,11 +74,14 @@ void ExpectLines(const LogCapture& log, std::size_t tableLines, const std::vecto
     EXPECT_EQ(std::vector<LogLine>(lines.begin() + static_cast<std::ptrdiff_t>(tableLines), lines.end()), own);
 }
 
+// A DPT the table has no row for: it says so, three lines, and lets the value pass.
+constexpr std::size_t NoRow = 3;
+
 struct BothWays {
     AVOVALUE value;
     unsigned long dpt;
     GroupValue bus;
-    std::size_t tableLines = 0; // 2 where the table has no row: it says so and lets the value pass
+    std::size_t tableLines = 0;
 };
 
 TEST(GroupValueAvoValue, EveryMainTypeBothWays)
@@ -109,13 +112,13 @@ TEST(GroupValueAvoValue, EveryMainTypeBothWays)
          Bus(64, {124, 3, 1, 5 << 5 | 12, 30, 15, 0x20, 0x00})},                                 // N3U5 Friday; NWD
         {AVOVALUE::Byte(2), Dpt(20, 102), Bus(8, {0x02})},                                       // N8: standby
         {AVOVALUE::Byte(0x05), Dpt(21, 1), Bus(8, {0x05})},                                      // B8
-        {AVOVALUE::Word(0x0102), Dpt(22, 101), Bus(16, {0x01, 0x02}), 2},                        // B16
+        {AVOVALUE::Word(0x0102), Dpt(22, 101), Bus(16, {0x01, 0x02}), NoRow},                    // B16
         {AVOVALUE::Byte(0x45), Dpt(26, 1), Bus(8, {0x45})},                                      // r1B1U6
         {AVOVALUE::DWord(0x00030001), Dpt(27, 1), Bus(32, {0x00, 0x03, 0x00, 0x01})},            // B32
-        {AVOVALUE::Word(0x0842), Dpt(217, 1), Bus(16, {0x08, 0x42}), 2},                         // U5U5U6: 1.1.2
+        {AVOVALUE::Word(0x0842), Dpt(217, 1), Bus(16, {0x08, 0x42}), NoRow},                     // U5U5U6: 1.1.2
         {AVOVALUE::DWord(0x123456), Dpt(232, 600), Bus(24, {0x12, 0x34, 0x56})},                 // U8U8U8
-        {AVOVALUE::Word(0x656E), Dpt(234, 1), Bus(16, {'e', 'n'}), 2},                           // A8A8
-        {AVOVALUE::Word(0x8012), Dpt(237, 600), Bus(16, {0x80, 0x12}), 2},                       // B10U6
+        {AVOVALUE::Word(0x656E), Dpt(234, 1), Bus(16, {'e', 'n'}), NoRow},                       // A8A8
+        {AVOVALUE::Word(0x8012), Dpt(237, 600), Bus(16, {0x80, 0x12}), NoRow},                   // B10U6
         {AVOVALUE::Byte(0x43), Dpt(238, 600), Bus(8, {0x43})},                                   // B2U6
     };
     // clang-format on
@@ -231,19 +234,20 @@ TEST(GroupValueAvoValue, FromTheBus)
         {Bus(24, {1, 3, 100}), Dpt(11, 1), {}, 0, badDate("Year 100 is out of range (0-99)")},
         // Latin-1 to UTF-8; the table, with 16.000's 7-bit range, replaces in its own copy only.
         {Text14("Gr\xFC\xDF" "e"), Dpt(16, 0), AVOVALUE::String("Gr\xC3\xBC\xC3\x9F" "e"), 1, {}},
-        // Date and time: weekday and flags are not read; after 2038-01-19 03:14:07, the empty value.
+        // Date and time: weekday and flags are not read; beyond 32-bit seconds (2040, 1900), the empty value.
         {Bus(64, {124, 3, 1, 12, 30, 15, 0xFF, 0xFF}), Dpt(19, 1),
          Time(ivtDateTime, {2024, 3, 1, 12, 30, 15, 0, WD_FRIDAY, 0, true}), 0, {}},
         {Bus(64, {140, 1, 1, 0, 0, 0, 0x20, 0}), Dpt(19, 1), AVOVALUE(), 0, {}},
+        {Bus(64, {0, 1, 1, 0, 0, 0, 0x20, 0}), Dpt(19, 1), AVOVALUE(), 0, {}},
         {Bus(64, {124, 2, 30, 0, 0, 0, 0x20, 0}), Dpt(19, 1), {}, 2, invalid("7C 02 1E 00 00 00 20 00", "19.1")},
         // The table takes DPT 23 as 8 bits: the 2 bits sent for it are refused on the way back.
         {Bus(2, {2}), Dpt(23, 1), {}, 1, invalid("02", "23.1")},
         {Bus(8, {2}), Dpt(23, 1), AVOVALUE::Byte(2), 0, {}},
         // Not in the table, so accepted there; then read, or without an encoding, or not readable.
-        {Bus(3, {5}), Dpt(31, 1), AVOVALUE::Byte(5), 2, {}},
-        {Bus(8, {5}), Dpt(25, 1), {}, 2, {Error("Unsupported DPT: 25.1")}},
-        {Bus(8, {5}), Dpt(22, 101), {}, 2, {Error("Could not decode 05 for DPT 22.101: GetAsUnsigned16 needs 16 bits "
-                                                  "and 2 bytes, the value has 8 bits and 1 byte")}},
+        {Bus(3, {5}), Dpt(31, 1), AVOVALUE::Byte(5), NoRow, {}},
+        {Bus(8, {5}), Dpt(25, 1), {}, NoRow, {Error("Unsupported DPT: 25.1")}},
+        {Bus(8, {5}), Dpt(22, 101), {}, NoRow, {Error("Could not decode 05 for DPT 22.101: GetAsUnsigned16 needs 16 bits "
+                                                      "and 2 bytes, the value has 8 bits and 1 byte")}},
     };
     // clang-format on
     for (const FromBus& c : cases) {

@@ -199,7 +199,7 @@ std::vector<int> Levels(const LogCapture& log)
 class Contract : public ::testing::TestWithParam<Sample> {
 protected:
     const Sample& s = GetParam();
-    const std::unique_ptr<KnxConverter> clone = s.converter->Clone();
+    const std::unique_ptr<KnxConverter> clone{s.converter->Clone()};
 };
 
 TEST_P(Contract, CloneIsTheSameClassAndConvertsItsOwnFormat)

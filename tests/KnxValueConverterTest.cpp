@@ -284,7 +284,9 @@ TEST_P(FromKnx, FollowsItsSteps)
     EXPECT_EQ(log.Lines(), c.lines);
 }
 
+// The lookup's line, then the conversion's own two.
 const std::vector<LogLine> UnknownDpt = {Error("No Entry found for DPT = 100.001"),
+                                         Error("No Entry found for DPT = 100.001"),
                                          Error("Assume validity and accept value!")};
 const LogLine NoDefault12 = Info("Could not find DPT for bit size 12");
 const AVOVALUE Word77 = AVOVALUE::Word(77);

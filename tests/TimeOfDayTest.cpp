@@ -1,10 +1,11 @@
-// Typed value construction and its assertion records, the 2038 limit of time conversion, weekday
+// Typed value construction and its assertion records, the 32-bit limits of time conversion, weekday
 // flags and UTF-8 repair.
 #include "Erv/AvoValueHelper.h"
 #include "ErvObjectModel/GroupValueAvoValue.h"
 #include "ErvObjectModel/TimeOfDay.h"
 
 #include <boost/date_time/posix_time/posix_time.hpp>
+#include <boost/optional.hpp>
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -90,6 +91,40 @@ TEST(PtimeToAvoValue, ConvertsLocalTimeUpToTheLastSecondOf32BitTime)
     AVOTIME midnightUtc;
     midnightUtc = 946684800L;
     EXPECT_EQ(ToAvoValue(ptime(date(2000, 1, 1), time_duration(2, 0, 0)), ivtDateTime).GetTime(), midnightUtc);
+    SetZone(nullptr);
+}
+
+// At both ends the same on every architecture: local time that mktime cannot give as a signed
+// 32-bit count of seconds is the empty value, where a 64-bit time_t would count on. -1, one second
+// before 1970 in UTC, is a time and no failure.
+TEST(PtimeToAvoValue, OnlyLocalTimesOf32BitSecondsConvert)
+{
+    const long first = -2147483647L - 1; // 1901-12-13 20:45:52 UTC
+    const struct {
+        const char* zone;
+        ptime time;
+        boost::optional<long> seconds; // none: the empty value
+    } cases[] = {
+        {"UTC", ptime(date(1901, 12, 13), time_duration(20, 45, 52)), first},
+        {"UTC", ptime(date(1901, 12, 13), time_duration(20, 45, 51)), boost::none},
+        {"UTC", ptime(date(1900, 1, 1)), boost::none},
+        {"UTC", ptime(date(1400, 1, 1)), boost::none},
+        {"UTC", ptime(date(1969, 12, 31), time_duration(23, 59, 59)), -1L},
+        {"EET-2", ptime(date(1901, 12, 13), time_duration(22, 45, 52)), first}, // two hours ahead
+        {"EET-2", ptime(date(1901, 12, 13), time_duration(22, 45, 51)), boost::none},
+        {"EST5", ptime(date(2038, 1, 18), time_duration(22, 14, 7)), 2147483647L}, // five hours behind
+        {"EST5", ptime(date(2038, 1, 18), time_duration(22, 14, 8)), boost::none},
+        {"EST5", ptime(date(2038, 1, 19), time_duration(3, 14, 7)), boost::none},
+    };
+    for (const auto& c : cases) {
+        SetZone(c.zone);
+        const AVOVALUE value = ToAvoValue(c.time, ivtDateTime);
+        AVOTIME expected;
+        if (c.seconds)
+            expected = *c.seconds;
+        EXPECT_EQ(value.ivt, c.seconds ? ivtDateTime : ivtEmpty) << c.time << " " << c.zone;
+        EXPECT_EQ(value.GetTime(), expected) << c.time << " " << c.zone;
+    }
     SetZone(nullptr);
 }
 

@@ -24,18 +24,18 @@ template <class T>
 struct TypedAvoValue; // specialised below for each argument type; no other type compiles
 } // namespace detail
 
-// The failure records name lines 32, 38 and 62 of this file; hosts search their logs for them.
+// Failure records name "Include/Erv/AvoValueHelper" with lines 32, 38, 62, as hosts search for.
 template <class T>
 AVOVALUE ToAvoValue(const T& value, AvoValueType expectedType)
 {
     const AVOVALUE result = detail::TypedAvoValue<T>::Make(value);
-    ERV_ASSERT2(result.ivt == expectedType); // line 32, named by the failure record
+    ERV_ASSERT2_AT("Include/Erv/AvoValueHelper", "32", result.ivt == expectedType);
     return result;
 }
 
 inline AVOVALUE ToAvoValue(const std::string& value, AvoValueType expectedType)
 {
-    ERV_ASSERT2(utf8::is_valid(value.begin(), value.end())); // line 38, named by the failure record
+    ERV_ASSERT2_AT("Include/Erv/AvoValueHelper", "38", utf8::is_valid(value.begin(), value.end()));
     return ToAvoValue<std::string>(value, expectedType);
 }
 
@@ -59,7 +59,7 @@ ERV_DETAIL_TYPED_AVO_VALUE(std::string, AVOVALUE::String(v));
 // A time of day has no date of its own: it is carried on 2000-01-01, time kind 1, not local.
 inline AVOVALUE ToAvoValue(const ErvApp::TimeOfDay& value, AvoValueType expectedType)
 {
-    ERV_ASSERT2(expectedType == ivtDayTime); // line 62, named by the failure record
+    ERV_ASSERT2_AT("Include/Erv/AvoValueHelper", "62", expectedType == ivtDayTime);
     AVOTIME time;
     time.SetDateTime(2000, 1, 1, static_cast<unsigned char>(value.GetHour()),
                      static_cast<unsigned char>(value.GetMinute()), static_cast<unsigned char>(value.GetSecond()),
@@ -70,8 +70,9 @@ inline AVOVALUE ToAvoValue(const ErvApp::TimeOfDay& value, AvoValueType expected
 }
 
 // The time as local calendar time in the AVOTIME part, with the type the caller names (unchecked).
-// A time after 2038-01-19 03:14:07, which a 32-bit time_t cannot hold, or a special time
-// (not-a-date-time, infinities) gives the empty value (ivtEmpty): no error, the caller decides.
+// A time after 2038-01-19 03:14:07, one whose local time is no signed 32-bit count of seconds (as
+// before 1901-12-13 20:45:52 UTC) or a special time (not-a-date-time, infinities) gives the empty
+// value (ivtEmpty) on every architecture: no error, the caller decides.
 ERVOBJECTMODEL_EXPORT AVOVALUE ToAvoValue(const boost::posix_time::ptime& time, AvoValueType expectedType);
 
 // Out of line, exported from the library.

@@ -79,12 +79,12 @@ bool operator!=(const function<R(Args...)>& f, std::nullptr_t)
     return static_cast<bool>(f);
 }
 
-// The assertion record names this line ("Include/Erv/Function:87"), and hosts search their logs
-// for it: keep the assertion where it is.
+// The assertion record names "Include/Erv/Function:87", whatever path a host includes this header
+// from: hosts search their logs for it. Keep the assertion on that line.
 template <class R, class... Args>
 R function<R(Args...)>::operator()(Args... args) const
 {
-    ERV_ASSERT2(m_storage);
+    ERV_ASSERT2_AT("Include/Erv/Function", "87", m_storage);
     return m_storage->Call(std::forward<Args>(args)...);
 }
 

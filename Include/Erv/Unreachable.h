@@ -32,17 +32,17 @@ namespace detail {
 } // namespace detail
 } // namespace Erv
 
-#define ERV_UNREACHABLE() ::Erv::detail::UnreachableReached(__PRETTY_FUNCTION__, __FILE__, __LINE__)
+// _AT names a fixed source and line: for installed headers, whose path differs from host to host.
+#define ERV_UNREACHABLE() ERV_UNREACHABLE_AT(__FILE__, __LINE__)
+#define ERV_UNREACHABLE_AT(source, line) ::Erv::detail::UnreachableReached(__PRETTY_FUNCTION__, source, line)
 
 namespace Erv {
-
-// The contained value. An empty optional is a bug: the guard's line names this file and line 45,
-// which hosts search their logs for, so keep the guard where it is.
+// The value; an empty optional is a bug, logged as "Include/Erv/Unreachable:45" as hosts expect.
 template <class T>
 T UndefinedBehaviourIfNone(boost::optional<T> value)
 {
     if (!value)
-        ERV_UNREACHABLE();
+        ERV_UNREACHABLE_AT("Include/Erv/Unreachable", 45);
     return std::move(*value);
 }
 

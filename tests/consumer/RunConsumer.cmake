@@ -1,5 +1,6 @@
 # Installs the build tree into a scratch prefix and builds the consumer against it, the way a host
-# team does: with find_package (MODE=cmake) or with pkg-config (MODE=pkg-config). Then runs it.
+# team does: with find_package (MODE=cmake) or with pkg-config (MODE=pkg-config). Then runs it: a
+# GoogleTest program, found the same way as the library.
 # MODE=headers compiles every installed header in one unit with warnings as errors instead, so a
 # host's compiler (CXX may be another than the library's) accepts all of them.
 #   cmake -DBUILD_DIR=... -DWORK=... -DMODE=cmake|pkg-config|headers -DCXX=... -DCXX_FLAGS=...
@@ -43,7 +44,11 @@ else()
   if(MODE STREQUAL "headers")
     set(wanted --cflags)
   endif()
-  run(pkg-config ${wanted} ervobjectmodel)
+  set(packages ervobjectmodel)
+  if(NOT MODE STREQUAL "headers")
+    list(APPEND packages gtest)
+  endif()
+  run(pkg-config ${wanted} ${packages})
   string(STRIP "${output}" flags)
   separate_arguments(flags UNIX_COMMAND "${flags}")
   separate_arguments(cxx_flags UNIX_COMMAND "${CXX_FLAGS}")
@@ -61,7 +66,7 @@ else()
     return()
   endif()
   set(program ${WORK}/consumer)
-  run(${CXX} -std=c++17 ${cxx_flags} ${source}/main.cpp -o ${program} ${flags})
+  run(${CXX} -std=c++17 ${cxx_flags} ${source}/HostTest.cpp -o ${program} ${flags})
 endif()
 
 run(${EMULATOR} ${program})
