@@ -294,6 +294,10 @@ int RunRead(const Invocation& invocation)
             left <= 0 ? BusConnection::Wait::Timeout : bus.Receive(static_cast<int>(left), signals, telegram, error);
         if (wait == BusConnection::Wait::Lost)
             return BusFailure(invocation, "read", error);
+        if (wait == BusConnection::Wait::Stopped) {
+            *invocation.err << "ervom read: interrupted before a response came\n";
+            return 130; // as a shell reports a command that Ctrl-C ended
+        }
         if (wait != BusConnection::Wait::Telegram) {
             std::ostringstream text;
             text << "no response from " << FormatGroupAddress(address, live.style) << " within " << timeout << " s";
@@ -344,7 +348,7 @@ int RunWrite(const Invocation& invocation)
     // The DPT stands before the value only when nothing else gives it, so that a value never
     // passes for a DPT (21.5 reads as both).
     std::optional<DptText> dpt = live.choice.forAll;
-    if (!dpt && live.choice.map)
+    if (!dpt)
         dpt = live.choice.For(address);
     if (!dpt) {
         if (args.size() < 2)

@@ -174,11 +174,20 @@ case_read() {
 
 case_lost() {
   start_knxd
+  # Ctrl-C is the monitor's usual end: the summary, exit status 0. (--seconds bounds the wait.)
+  "$ervom" monitor --url "$url" --seconds 20 >"$work/int.out" 2>"$work/int.err" &
+  local interrupted=$! status=0
+  wait_for "$work/int.err" "listening on $url"
+  kill -INT "$interrupted"
+  wait "$interrupted" || status=$?
+  [ "$status" -eq 0 ] || fail "Ctrl-C ended the monitor with $status"
+  grep -qx "0 telegrams: 0 decoded, 0 refused, 0 unknown DPT, 0 raw; 0 group addresses without a DPT" \
+    "$work/int.out" || fail "no summary after Ctrl-C: $(cat "$work/int.out")"
+
   timeout 15 "$ervom" monitor --url "$url" >"$work/out" 2>"$work/err" &
   local monitor=$!
   wait_for "$work/err" "listening on $url"
   stop_knxd
-  local status=0
   wait "$monitor" || status=$?
   [ "$status" -eq 3 ] || fail "the monitor ended with $status, not 3: $(cat "$work/err")"
   same "$(tail -n 1 "$work/err")" "ervom monitor: lost the connection to knxd at $url: Connection reset by peer" \
