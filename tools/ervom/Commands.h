@@ -12,5 +12,6 @@ int RunDpts(const Invocation& invocation);
 int RunId(const Invocation& invocation);
 int RunConfig(const Invocation& invocation);
 int RunSimulate(const Invocation& invocation);
+int RunGaMap(const Invocation& invocation);
 
 } // namespace Ervom

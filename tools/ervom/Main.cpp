@@ -24,6 +24,7 @@ const Command Commands[] = {
     {"id", RunId, "object-model ids: co, param, appcontrol, and explain for any id"},
     {"config", RunConfig, "load the app host configuration and print every setting"},
     {"simulate", RunSimulate, "drive the synchronous request engine against a simulated device stack"},
+    {"gamap", RunGaMap, "what an ETS group-address export says: addresses, names, DPTs, table rows"},
 };
 
 void PrintOverview(std::ostream& out)
