@@ -1,10 +1,12 @@
 # Installation, the CMake package, the pkg-config file and the Debian packages.
 #
 #   cmake --install build [--prefix DIR]      library, platform stand-ins, headers, package files
-#   cpack --config build/CPackConfig.cmake    libervobjectmodel1 (runtime) and libervobjectmodel-dev
+#   cpack --config build/CPackConfig.cmake    libervobjectmodel1 (runtime), libervobjectmodel-dev and,
+#                                             on amd64, ervom
 #
-# Components: Runtime (the shared libraries) and Development (headers, link names, CMake and
-# pkg-config files); each becomes one Debian package.
+# Components: Runtime (the shared libraries), Development (headers, link names, CMake and
+# pkg-config files) and Tool (ervom with its manual pages and bash completion); each becomes one
+# Debian package.
 include(CMakePackageConfigHelpers)
 
 set(ERV_INSTALLED_LIBRARIES
@@ -77,4 +79,17 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
   "Development files: headers, CMake package (find_package(ErvObjectModel), target Erv::ervobjectmodel)\nand pkg-config file (ervobjectmodel) of libervobjectmodel.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${ERV_DEB_RUNTIME} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), libboost-thread-dev (>= 1.74), libboost-date-time-dev (>= 1.74), libboost-chrono-dev (>= 1.74), libboost-timer-dev (>= 1.74), libboost-filesystem-dev (>= 1.74), liblog4cplus-dev, libutfcpp-dev")
+
+# The command-line tool, for the integrator's amd64 machine; the controller gets no tool package.
+if(ERV_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING)
+  list(APPEND CPACK_COMPONENTS_ALL Tool)
+  set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ervom)
+  set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+  set(CPACK_DEBIAN_TOOL_DESCRIPTION
+    "KNX values, DPTs, object ids and ETS group-address exports from a shell, with the exact\nbehaviour of libervobjectmodel; decodes a live bus through knxd.")
+  # knxd-tools ships knxd's client library, libeibclient.so.0. The list is checked against what
+  # ervom loads by scripts/check-packages.sh, as the runtime package's is.
+  set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
+    "${ERV_DEB_RUNTIME} (= ${PROJECT_VERSION}), knxd-tools, libboost-program-options1.74.0, libc6 (>= 2.36), libstdc++6 (>= 12), libgcc-s1 (>= 3.5), liblog4cplus-2.0.5 (>= 2.0.8)")
+endif()
 include(CPack)

@@ -145,6 +145,7 @@ TEST(GaMapParse, MalformedFileIsOneErrorNamingFileAndLine)
         {header + "\"A\";\"1/0/0\";\"\"\n\"B\";\"1/0/1\";\"DPST-x-1\"\n",
          "export.csv:3: 'DPST-x-1' is no DPT (DPST-9-1, DPT-9 or empty)"},
         {header + "\"A\";\"1/0/0\";\"\"\n\"B\";\"1/0/0\";\"\"\n", "export.csv:3: 1/0/0 is already defined on line 2"},
+        {header + "\"A\";\"1/0/0\";\"DPST-0-5\"\n", "export.csv:2: 'DPST-0-5' is no DPT (DPST-9-1, DPT-9 or empty)"},
         {header + "\"A\";\"1/0/0\";\"\"\n\"B;1/0/1\n\n", "export.csv:3: a quoted field is not closed"},
         {header + "\"A\"x;\"1/0/0\";\"\"\n", "export.csv:2: text after the closing quote of a field"},
         {header + "\"A\"\n", "export.csv:2: the line ends before field 2, the Address column"},

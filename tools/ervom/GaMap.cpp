@@ -83,7 +83,8 @@ bool ReadDpt(std::string_view field, KNXDPT& dpt)
         return true;
     DptText text;
     std::string unused;
-    if (!ParseDpt(field, text, unused))
+    // Main number 0 is how the map says "none"; an export that writes it names no DPT at all.
+    if (!ParseDpt(field, text, unused) || text.main == 0)
         return false;
     const std::uint32_t bits = Erv::KnxValueConverter::GetExpectedBitSize(text.main);
     dpt = text.ToKnxDpt(bits <= 0xFF ? static_cast<std::uint8_t>(bits) : 0);
