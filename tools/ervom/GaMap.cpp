@@ -29,6 +29,24 @@ bool Fail(std::string& error, const std::string& name, std::size_t line, const s
     return false;
 }
 
+// A field as a message shows it: on one line, and short enough to read.
+std::string Quoted(std::string_view field)
+{
+    constexpr std::size_t Longest = 40;
+    std::string text = "'";
+    for (const char c : field.substr(0, Longest)) {
+        if (c == '\n')
+            text += "\\n";
+        else if (c == '\r')
+            text += "\\r";
+        else if (c == '\t')
+            text += "\\t";
+        else
+            text += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+    }
+    return text + (field.size() > Longest ? "...'" : "'");
+}
+
 std::string_view Trim(std::string_view text)
 {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\r'))
@@ -127,13 +145,13 @@ public:
     {
         const std::optional<std::uint16_t> parsed = ParseGroupAddress(Trim(address));
         if (!parsed)
-            return Fail(line, "'" + std::string(address) + "' is no group address (1/2/3, 1/515 or 2563)");
+            return Fail(line, Quoted(address) + " is no group address (1/2/3, 1/515 or 2563)");
         GaMapEntry entry;
         entry.address = *parsed;
         entry.name = std::move(name);
         entry.line = line;
         if (!ReadDpt(dpt, entry.dpt))
-            return Fail(line, "'" + std::string(Trim(dpt)) + "' is no DPT (DPST-9-1, DPT-9 or empty)");
+            return Fail(line, Quoted(Trim(dpt)) + " is no DPT (DPST-9-1, DPT-9 or empty)");
         const auto inserted = m_entries.emplace(entry.address, std::move(entry));
         if (!inserted.second)
             return Fail(line, FormatGroupAddress(*parsed) + " is already defined on line " +
