@@ -117,6 +117,10 @@ TEST(GaMapParse, ReadsVariationsOfTheLayouts)
         {"a list of DPTs names the address's own last; the header in other letter cases",
          "GROUP NAME\tADDRESS\tDATAPOINTTYPE\nHall\t1/0/0\tDPT-5, DPST-5-1\n",
          {{"1/0/0", "Hall", "5.001", 8, 2}}},
+        {"names are one line of UTF-8, whatever character references and quotes hold",
+         "<GroupAddress-Export><GroupAddress Address=\"1\" Name=\"&#xD800;a&#9;b&#228;\"/>"
+         "<GroupAddress Address=\"2\" Name=\"c\nd\"/></GroupAddress-Export>",
+         {{"0/0/1", "\xEF\xBF\xBD" "a b\xC3\xA4", "-", 0, 1}, {"0/0/2", "c d", "-", 0, 1}}},
         {"only ranges", "\"Group name\";\"Address\"\n\"Lights\";\"1/-/-\"\n", {}},
         {"XML without a declaration, ranges left empty",
          "<GroupAddress-Export><GroupRange Name=\"A\"/><GroupAddress Address=\"3\" Name=\"x\"/>\n"

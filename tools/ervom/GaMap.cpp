@@ -132,6 +132,18 @@ bool IsRange(std::string_view field)
     }
 }
 
+// A name as the map keeps it: one line of valid UTF-8. XML character references can spell what UTF-8
+// cannot hold (a lone surrogate) and control characters; both files can break a quoted name.
+std::string CleanName(std::string_view text)
+{
+    std::string name;
+    name.reserve(text.size());
+    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(name));
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
+    return name;
+}
+
 class Builder {
 public:
     Builder(const std::string& name, std::string& error, std::map<std::uint16_t, GaMapEntry>& entries)
@@ -141,14 +153,14 @@ public:
 
     bool Fail(std::size_t line, const std::string& message) { return Ervom::Fail(m_error, m_name, line, message); }
 
-    bool Add(std::size_t line, std::string_view address, std::string name, std::string_view dpt)
+    bool Add(std::size_t line, std::string_view address, std::string_view name, std::string_view dpt)
     {
         const std::optional<std::uint16_t> parsed = ParseGroupAddress(Trim(address));
         if (!parsed)
             return Fail(line, Quoted(address) + " is no group address (1/2/3, 1/515 or 2563)");
         GaMapEntry entry;
         entry.address = *parsed;
-        entry.name = std::move(name);
+        entry.name = CleanName(name);
         entry.line = line;
         if (!ReadDpt(dpt, entry.dpt))
             return Fail(line, Quoted(Trim(dpt)) + " is no DPT (DPST-9-1, DPT-9 or empty)");
@@ -289,7 +301,15 @@ struct Columns {
     std::size_t dpt = None;
 
     bool ThreeLevel() const { return main != None; }
-    std::size_t Needed() const { return std::max({name + 1, sub + 1, address + 1}); }
+    // Fields a line must have: up to the address and the name; the DPT may be left off.
+    std::size_t Needed() const
+    {
+        std::size_t needed = address + 1;
+        for (const std::size_t column : {name, main, middle, sub})
+            if (column != None)
+                needed = std::max(needed, column + 1);
+        return needed;
+    }
 };
 
 // The layouts as ETS writes them when the header line is left out.
@@ -372,7 +392,7 @@ bool ParseCsv(std::string_view text, Builder& builder)
         } else {
             name = Trim(fields[columns.name]);
         }
-        if (!builder.Add(record.line, address, std::move(name), Field(fields, columns.dpt)))
+        if (!builder.Add(record.line, address, name, Field(fields, columns.dpt)))
             return false;
     }
     if (!message.empty())
@@ -439,7 +459,7 @@ private:
                 const std::optional<std::string_view> address = Attribute(*child, "Address");
                 if (!address)
                     return m_builder.Fail(line, "a GroupAddress without an Address attribute");
-                if (!m_builder.Add(line, *address, std::string(Attribute(*child, "Name").value_or("")),
+                if (!m_builder.Add(line, *address, Attribute(*child, "Name").value_or(""),
                                    Attribute(*child, "DPTs").value_or("")))
                     return false;
             }

@@ -30,15 +30,6 @@ const CommandHelp Help = {
     "  ervom gamap --ga-style 2 export.xml\n"
     "  ervom --format tsv gamap export.csv | awk -F'\\t' '$3 == \"none\"'\n"};
 
-// A name may hold a line break inside its quotes; a row must not.
-std::string OneLine(std::string text)
-{
-    for (char& c : text)
-        if (c == '\n' || c == '\r' || c == '\t')
-            c = ' ';
-    return text;
-}
-
 } // namespace
 
 int RunGaMap(const Invocation& invocation)
@@ -78,7 +69,7 @@ int RunGaMap(const Invocation& invocation)
                     false);
         for (const auto& [address, entry] : map.Entries()) {
             const std::string text = FormatGroupAddress(address, *style);
-            const std::string name = OneLine(entry.name);
+            const std::string& name = entry.name;
             if (entry.dpt.mainNumber == 0) {
                 table.Row({text, "-", "-", "-", "-", "-", name});
                 continue;
