@@ -39,7 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::size_t i = prefix.size();
         for (; error.rfind(prefix, 0) == 0 && i < error.size() && error[i] >= '0' && error[i] <= '9'; ++i)
             line = line * 10 + static_cast<std::size_t>(error[i] - '0');
-        if (line == 0 || line > lines || error.compare(i, 2, ": ") != 0 || error.find('\n') != std::string::npos)
+        if (line == 0 || line > lines || error.compare(i, 2, ": ") != 0 || error.find('\n') != std::string::npos ||
+            !utf8::is_valid(error.begin(), error.end()))
             ErvFuzz::Violated("an error names the file and one of its lines", error + " (" + detail() + ")");
         return 0;
     }

@@ -29,11 +29,11 @@ bool Fail(std::string& error, const std::string& name, std::size_t line, const s
     return false;
 }
 
-// A field as a message shows it: on one line, and short enough to read.
+// A field as a message shows it: on one line of valid UTF-8, and short enough to read.
 std::string Quoted(std::string_view field)
 {
     constexpr std::size_t Longest = 40;
-    std::string text = "'";
+    std::string text;
     for (const char c : field.substr(0, Longest)) {
         if (c == '\n')
             text += "\\n";
@@ -44,7 +44,10 @@ std::string Quoted(std::string_view field)
         else
             text += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
     }
-    return text + (field.size() > Longest ? "...'" : "'");
+    std::string quoted = "'";
+    // The cut may split a character, and an XML character reference may spell a lone surrogate.
+    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(quoted));
+    return quoted + (field.size() > Longest ? "...'" : "'");
 }
 
 std::string_view Trim(std::string_view text)
