@@ -117,6 +117,10 @@ TEST(GaMapParse, ReadsVariationsOfTheLayouts)
         {"a list of DPTs names the address's own last; the header in other letter cases",
          "GROUP NAME\tADDRESS\tDATAPOINTTYPE\nHall\t1/0/0\tDPT-5, DPST-5-1\n",
          {{"1/0/0", "Hall", "5.001", 8, 2}}},
+        {"names are one line of UTF-8, whatever character references and quotes hold",
+         "<GroupAddress-Export><GroupAddress Address=\"1\" Name=\"&#xD800;a&#9;b&#228;\"/>"
+         "<GroupAddress Address=\"2\" Name=\"c\nd\"/></GroupAddress-Export>",
+         {{"0/0/1", "\xEF\xBF\xBD" "a b\xC3\xA4", "-", 0, 1}, {"0/0/2", "c d", "-", 0, 1}}},
         {"only ranges", "\"Group name\";\"Address\"\n\"Lights\";\"1/-/-\"\n", {}},
         {"XML without a declaration, ranges left empty",
          "<GroupAddress-Export><GroupRange Name=\"A\"/><GroupAddress Address=\"3\" Name=\"x\"/>\n"
@@ -145,6 +149,10 @@ TEST(GaMapParse, MalformedFileIsOneErrorNamingFileAndLine)
         {header + "\"A\";\"1/0/0\";\"\"\n\"B\";\"1/0/1\";\"DPST-x-1\"\n",
          "export.csv:3: 'DPST-x-1' is no DPT (DPST-9-1, DPT-9 or empty)"},
         {header + "\"A\";\"1/0/0\";\"\"\n\"B\";\"1/0/0\";\"\"\n", "export.csv:3: 1/0/0 is already defined on line 2"},
+        {header + "\"A\";\"1/0/0\";\"DPST-0-5\"\n", "export.csv:2: 'DPST-0-5' is no DPT (DPST-9-1, DPT-9 or empty)"},
+        {header + "\"A\";\"1/0/0\n\";\"\"\n", "export.csv:2: '1/0/0\\n' is no group address (1/2/3, 1/515 or 2563)"},
+        {header + "\"A\";\"1/0/0\";\"DPST-\t" + std::string(50, '9') + "\"\n",
+         "export.csv:2: 'DPST-\\t" + std::string(34, '9') + "...' is no DPT (DPST-9-1, DPT-9 or empty)"},
         {header + "\"A\";\"1/0/0\";\"\"\n\"B;1/0/1\n\n", "export.csv:3: a quoted field is not closed"},
         {header + "\"A\"x;\"1/0/0\";\"\"\n", "export.csv:2: text after the closing quote of a field"},
         {header + "\"A\"\n", "export.csv:2: the line ends before field 2, the Address column"},

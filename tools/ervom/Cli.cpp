@@ -24,7 +24,7 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
     // clang-format off
     common.add_options()
         ("help,h", "show this help")
-        ("format", po::value<std::string>()->value_name("FORMAT")->notifier([&options](const std::string& f) {
+        ("format", po::value<std::string>()->value_name("human|tsv|json")->notifier([&options](const std::string& f) {
              if (f == "human")
                  options.format = Format::Human;
              else if (f == "tsv")
@@ -34,8 +34,7 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
              else
                  throw UsageError("--format must be human, tsv or json, not '" + f + "'");
          }),
-         "human (aligned for a person, the default), tsv (a header line, then tab-separated rows) or json "
-         "(one object per line)")
+         "aligned for a person (default), tab-separated with a header line, or one JSON object per line")
         ("log-level", po::value(&options.logLevel)->value_name("LEVEL"),
          "show the library's log lines from LEVEL up on standard error: TRACE, DEBUG, INFO, WARN, ERROR")
         ("log-config", po::value(&options.logConfig)->value_name("FILE"),

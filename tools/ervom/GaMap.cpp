@@ -29,6 +29,27 @@ bool Fail(std::string& error, const std::string& name, std::size_t line, const s
     return false;
 }
 
+// A field as a message shows it: on one line of valid UTF-8, and short enough to read.
+std::string Quoted(std::string_view field)
+{
+    constexpr std::size_t Longest = 40;
+    std::string text;
+    for (const char c : field.substr(0, Longest)) {
+        if (c == '\n')
+            text += "\\n";
+        else if (c == '\r')
+            text += "\\r";
+        else if (c == '\t')
+            text += "\\t";
+        else
+            text += static_cast<unsigned char>(c) < 0x20 ? '?' : c;
+    }
+    std::string quoted = "'";
+    // The cut may split a character, and an XML character reference may spell a lone surrogate.
+    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(quoted));
+    return quoted + (field.size() > Longest ? "...'" : "'");
+}
+
 std::string_view Trim(std::string_view text)
 {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\r'))
@@ -83,7 +104,8 @@ bool ReadDpt(std::string_view field, KNXDPT& dpt)
         return true;
     DptText text;
     std::string unused;
-    if (!ParseDpt(field, text, unused))
+    // Main number 0 is how the map says "none"; an export that writes it names no DPT at all.
+    if (!ParseDpt(field, text, unused) || text.main == 0)
         return false;
     const std::uint32_t bits = Erv::KnxValueConverter::GetExpectedBitSize(text.main);
     dpt = text.ToKnxDpt(bits <= 0xFF ? static_cast<std::uint8_t>(bits) : 0);
@@ -113,6 +135,18 @@ bool IsRange(std::string_view field)
     }
 }
 
+// A name as the map keeps it: one line of valid UTF-8. XML character references can spell what UTF-8
+// cannot hold (a lone surrogate) and control characters; both files can break a quoted name.
+std::string CleanName(std::string_view text)
+{
+    std::string name;
+    name.reserve(text.size());
+    utf8::replace_invalid(text.begin(), text.end(), std::back_inserter(name));
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
+    return name;
+}
+
 class Builder {
 public:
     Builder(const std::string& name, std::string& error, std::map<std::uint16_t, GaMapEntry>& entries)
@@ -122,17 +156,17 @@ public:
 
     bool Fail(std::size_t line, const std::string& message) { return Ervom::Fail(m_error, m_name, line, message); }
 
-    bool Add(std::size_t line, std::string_view address, std::string name, std::string_view dpt)
+    bool Add(std::size_t line, std::string_view address, std::string_view name, std::string_view dpt)
     {
         const std::optional<std::uint16_t> parsed = ParseGroupAddress(Trim(address));
         if (!parsed)
-            return Fail(line, "'" + std::string(address) + "' is no group address (1/2/3, 1/515 or 2563)");
+            return Fail(line, Quoted(address) + " is no group address (1/2/3, 1/515 or 2563)");
         GaMapEntry entry;
         entry.address = *parsed;
-        entry.name = std::move(name);
+        entry.name = CleanName(name);
         entry.line = line;
         if (!ReadDpt(dpt, entry.dpt))
-            return Fail(line, "'" + std::string(Trim(dpt)) + "' is no DPT (DPST-9-1, DPT-9 or empty)");
+            return Fail(line, Quoted(Trim(dpt)) + " is no DPT (DPST-9-1, DPT-9 or empty)");
         const auto inserted = m_entries.emplace(entry.address, std::move(entry));
         if (!inserted.second)
             return Fail(line, FormatGroupAddress(*parsed) + " is already defined on line " +
@@ -270,7 +304,15 @@ struct Columns {
     std::size_t dpt = None;
 
     bool ThreeLevel() const { return main != None; }
-    std::size_t Needed() const { return std::max({name + 1, sub + 1, address + 1}); }
+    // Fields a line must have: up to the address and the name; the DPT may be left off.
+    std::size_t Needed() const
+    {
+        std::size_t needed = address + 1;
+        for (const std::size_t column : {name, main, middle, sub})
+            if (column != None)
+                needed = std::max(needed, column + 1);
+        return needed;
+    }
 };
 
 // The layouts as ETS writes them when the header line is left out.
@@ -353,7 +395,7 @@ bool ParseCsv(std::string_view text, Builder& builder)
         } else {
             name = Trim(fields[columns.name]);
         }
-        if (!builder.Add(record.line, address, std::move(name), Field(fields, columns.dpt)))
+        if (!builder.Add(record.line, address, name, Field(fields, columns.dpt)))
             return false;
     }
     if (!message.empty())
@@ -420,7 +462,7 @@ private:
                 const std::optional<std::string_view> address = Attribute(*child, "Address");
                 if (!address)
                     return m_builder.Fail(line, "a GroupAddress without an Address attribute");
-                if (!m_builder.Add(line, *address, std::string(Attribute(*child, "Name").value_or("")),
+                if (!m_builder.Add(line, *address, Attribute(*child, "Name").value_or(""),
                                    Attribute(*child, "DPTs").value_or("")))
                     return false;
             }

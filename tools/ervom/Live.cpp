@@ -163,7 +163,7 @@ int RunMonitor(const Invocation& invocation)
     // clang-format off
     visible.add_options()
         ("ga", po::value(&ranges)->value_name("GA[-GA]"), "show only telegrams to this group address or range; repeatable")
-        ("kind", po::value(&kinds)->value_name("KIND"), "show only read, response or write; repeatable")
+        ("kind", po::value(&kinds)->value_name("read|response|write"), "show only telegrams of this kind; repeatable")
         ("count", po::value(&count)->value_name("N"), "end after N telegrams shown")
         ("seconds", po::value(&seconds)->value_name("S"), "end after S seconds");
     // clang-format on

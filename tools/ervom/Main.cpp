@@ -24,6 +24,7 @@ const Command Commands[] = {
     {"id", RunId, "object-model ids: co, param, appcontrol, and explain for any id"},
     {"config", RunConfig, "load the app host configuration and print every setting"},
     {"simulate", RunSimulate, "drive the synchronous request engine against a simulated device stack"},
+    {"gamap", RunGaMap, "what an ETS group-address export says: addresses, names, DPTs, table rows"},
 #ifdef ERVOM_WITH_KNXD
     {"monitor", RunMonitor, "the live bus through knxd, one line per group telegram, values decoded"},
     {"read", RunRead, "send a group read through knxd and decode the response"},
