@@ -123,6 +123,7 @@ public:
     Table& operator=(const Table&) = delete;
 
     void Row(std::initializer_list<std::string_view> cells);
+    void Row(const std::vector<std::string_view>& cells);
     void Flush();
 
 private:

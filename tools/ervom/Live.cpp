@@ -136,17 +136,6 @@ const CommandHelp WriteHelp = {
     "  ervom write 1/1/1 1.001 true\n"
     "  ervom write --url ip:192.168.1.20 4/0/1 16.001 Hello\n"};
 
-void PrintRecord(const Invocation& invocation, const TelegramLine& line)
-{
-    Record record;
-    const std::vector<Table::Column> columns = TelegramColumns();
-    const std::string fields[] = {line.time,  line.source,  line.destination, line.kind, line.bytes,
-                                  line.dpt,   ResultName(line.result), line.value, line.name, line.message};
-    for (std::size_t i = 0; i < columns.size(); ++i)
-        record.Add(columns[i].name, fields[i]);
-    record.Print(*invocation.out, invocation.common.format);
-}
-
 } // namespace
 
 // monitor ---------------------------------------------------------------------------------------
@@ -313,10 +302,10 @@ int RunRead(const Invocation& invocation)
         *invocation.err << "ervom read: " << (line.result == LineResult::Refused ? "refused: " : "unknown DPT: ")
                         << line.message << '\n';
         line.message.clear();
-        PrintRecord(invocation, line);
+        LineRecord(line).Print(*invocation.out, invocation.common.format);
         return ExitRefused;
     }
-    PrintRecord(invocation, line);
+    LineRecord(line).Print(*invocation.out, invocation.common.format);
     return ExitSuccess;
 }
 

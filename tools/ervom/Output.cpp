@@ -185,7 +185,9 @@ Table::Table(std::ostream& out, Format format, std::vector<Column> columns, bool
 
 Table::~Table() { Flush(); }
 
-void Table::Row(std::initializer_list<std::string_view> cells)
+void Table::Row(std::initializer_list<std::string_view> cells) { Row(std::vector<std::string_view>(cells)); }
+
+void Table::Row(const std::vector<std::string_view>& cells)
 {
     if (!m_streaming) {
         m_pending.emplace_back(cells.begin(), cells.end());
@@ -193,7 +195,7 @@ void Table::Row(std::initializer_list<std::string_view> cells)
     }
     if (!m_headerWritten)
         WriteHeader();
-    WriteRow(std::vector<std::string_view>(cells));
+    WriteRow(cells);
     if (m_buffer.size() > 1 << 16)
         WriteBuffer();
 }

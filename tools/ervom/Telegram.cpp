@@ -178,10 +178,27 @@ std::vector<Table::Column> TelegramColumns()
             {"DPT", 7},   {"result", 7},  {"value", 10},       {"name", 12}, {"message", 0}};
 }
 
-void PrintLine(Table& table, const TelegramLine& line)
+namespace {
+
+// In the order of TelegramColumns().
+std::vector<std::string_view> Cells(const TelegramLine& line)
 {
-    table.Row({line.time, line.source, line.destination, line.kind, line.bytes, line.dpt, ResultName(line.result),
-               line.value, line.name, line.message});
+    return {line.time, line.source, line.destination, line.kind, line.bytes, line.dpt, ResultName(line.result),
+            line.value, line.name, line.message};
+}
+
+} // namespace
+
+void PrintLine(Table& table, const TelegramLine& line) { table.Row(Cells(line)); }
+
+Record LineRecord(const TelegramLine& line)
+{
+    Record record;
+    const std::vector<Table::Column> columns = TelegramColumns();
+    auto column = columns.begin();
+    for (const std::string_view cell : Cells(line))
+        record.Add((column++)->name, std::string(cell));
+    return record;
 }
 
 TelegramFormatter::TelegramFormatter(const DptChoice& dpts, GaStyle style, LibraryMessages& messages)

@@ -102,6 +102,8 @@ struct TelegramLine {
 // The monitor's columns, for the Table every output format goes through.
 std::vector<Table::Column> TelegramColumns();
 void PrintLine(Table& table, const TelegramLine& line);
+// The same fields as a record, for a single telegram (`read`).
+Record LineRecord(const TelegramLine& line);
 
 // Turns telegrams into lines, decoding each value through the same Decoder as `ervom decode`, and
 // counts what it saw. Not thread-safe.
