@@ -216,6 +216,12 @@ case_walkthrough() {
     "$cmake" -DERVOM="$ervom" -DEMULATOR="$here/with-knxd.sh" -DTRANSCRIPT="$here/walkthrough.txt" \
     -DACTUAL="$work/walkthrough.txt" -P "$here/../RunTranscript.cmake" ||
     fail "$(diff -u "$here/walkthrough.txt" "$work/walkthrough.txt")"
+  # The README shows one run of this transcript: the same lines but for the times and the URL.
+  local readme
+  readme=$(awk '/^\$ ervom monitor --ga-map export.csv/ { on = 1 } on && /^```$/ { exit } on' "$here/../../../README.md" |
+    sed -E 's/^[0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3}  /<*>  /; s/^(ervom monitor: listening on ).*(; Ctrl-C ends)$/! \1<*>\2/')
+  same "$readme" "$(sed -n '/^\$ ervom monitor/,/^\[exit/p' "$here/walkthrough.txt" | sed '$d')" \
+    "the README's walk-through"
 }
 
 "case_$case_name"
