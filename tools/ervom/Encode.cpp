@@ -91,7 +91,7 @@ int ByTable(const Invocation& invocation, const DptText& text, const std::string
         if (!textConverter.ToKnxValue(valueText, bits, groupValue))
             return Refused(invocation);
         Erv::KnxValueConverter::GetDefaultMappingDptForValueType(chosen, value);
-        if (&converter.GetEntry(chosen) == &Erv::GetDefaultDptValueEntry())
+        if (!converter.FindEntry(chosen))
             return Unknown(invocation, ToString(chosen), AcceptedUnchecked);
         PrintResult(invocation, ToString(chosen), groupValue, value);
         return ExitSuccess;
@@ -108,10 +108,12 @@ int ByTable(const Invocation& invocation, const DptText& text, const std::string
     }
     KNXDPT dpt = text.ToKnxDpt(0);
     messages.Clear();
-    const Erv::DptValueEntry& entry = converter.GetEntry(dpt);
-    if (&entry == &Erv::GetDefaultDptValueEntry())
+    const Erv::DptValueEntry* entry = converter.FindEntry(dpt);
+    if (!entry) {
+        textConverter.ToKnxValue(dpt, valueText, groupValue); // for the library's own words
         return Unknown(invocation, ToString(dpt), AcceptedUnchecked);
-    dpt.bitSize = entry.GetDpt().bitSize;
+    }
+    dpt.bitSize = entry->GetDpt().bitSize;
     const AVOVALUE value = ParseSerialized(valueText);
     messages.Clear();
     if (!textConverter.ToKnxValue(dpt, valueText, groupValue))

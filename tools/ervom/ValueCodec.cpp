@@ -82,19 +82,23 @@ void Decoder::ByTable(const DptText& text, const KnxStack::GroupValue& groupValu
 {
     KNXDPT dpt = text.ToKnxDpt(0);
     const Erv::DptValueEntry* entry = nullptr;
+    AVOVALUE value;
     if (dpt.mainNumber != 0) {
-        entry = &m_converter.GetEntry(dpt);
-        if (entry == &Erv::GetDefaultDptValueEntry())
+        entry = m_converter.FindEntry(dpt);
+        if (!entry) {
+            // The library lets a DPT without a row through unchecked; converting anyway gets its
+            // own words for that.
+            m_converter.FromKnxValue(dpt, groupValue, value);
             return Unknown(out);
+        }
         dpt.bitSize = entry->GetDpt().bitSize;
     }
-    AVOVALUE value;
     if (!m_converter.FromKnxValue(dpt, groupValue, value))
         return Refused(out);
     if (!entry) { // the library chose the DPT from the size
         out.dpt = ToString(dpt);
-        entry = &m_converter.GetEntry(dpt);
-        if (entry == &Erv::GetDefaultDptValueEntry())
+        entry = m_converter.FindEntry(dpt);
+        if (!entry)
             return Unknown(out);
     }
     Fill(value, AvoDP::GetNameFromValueSubType(entry->GetSubType()), out);
@@ -146,15 +150,17 @@ Encoded EncodeByTable(const DptText& text, const std::string& valueText, Library
     KNXDPT dpt = text.ToKnxDpt(0);
     result.dpt = ToString(dpt);
     messages.Clear();
-    const Erv::DptValueEntry& entry = converter.GetEntry(dpt);
-    if (&entry == &Erv::GetDefaultDptValueEntry()) {
+    const Erv::DptValueEntry* entry = converter.FindEntry(dpt);
+    if (!entry) {
+        // As in decoding: the library's own words for a DPT it would let through unchecked.
+        converter.ToKnxValue(dpt, result.value, result.groupValue);
         result.outcome = Outcome::Unknown;
         result.message = messages.Joined("the library has no entry for this DPT");
         return result;
     }
-    dpt.bitSize = entry.GetDpt().bitSize;
+    dpt.bitSize = entry->GetDpt().bitSize;
     result.dpt = ToString(dpt);
-    result.value = ParseValue(valueText, entry.GetValueType());
+    result.value = ParseValue(valueText, entry->GetValueType());
     messages.Clear();
     if (!converter.ToKnxValue(dpt, result.value, result.groupValue)) {
         result.outcome = Outcome::Refused;
