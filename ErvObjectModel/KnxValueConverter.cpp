@@ -16,12 +16,27 @@ namespace {
 
 using namespace AvoDP;
 
-// The prototype a table row is built with; the map keeps a clone of it.
-template <class Converter, class... Range>
-std::unique_ptr<const KnxConverter> Make(const Range&... range)
+// The prototype a table row is built with, named as the table lists it; the map keeps a clone.
+struct Prototype {
+    std::unique_ptr<const KnxConverter> converter;
+    const char* name;
+    std::string range; // empty for a converter without one
+};
+
+template <class Converter>
+Prototype Make(const char* name)
 {
-    return std::make_unique<Converter>(range...);
+    return {std::make_unique<Converter>(), name, std::string()};
 }
+
+template <class Converter, class Range>
+Prototype Make(const char* name, const Range& range)
+{
+    return {std::make_unique<Converter>(range), name, ToString(range)};
+}
+
+// Each row names its converter class once; the name is recorded as it is written.
+#define ERV_CONVERTER(Class, ...) Make<Class>(#Class, ##__VA_ARGS__)
 
 // A range whose internal (application) and external (bus) intervals are both [min..max].
 IntegerRange Ints(std::int32_t min, std::int32_t max) { return IntegerRange(min, max, min, max); }
@@ -34,7 +49,7 @@ struct DptRow {
     std::uint8_t bitSize;
     AvoValueType valueType;
     AvoValueSubType subType;
-    std::unique_ptr<const KnxConverter> prototype;
+    Prototype prototype;
 };
 
 // Calls `visit` with each row of the DPT table, in the table's order. The rows, and with them the
@@ -52,59 +67,59 @@ void VisitDptTable(Visitor&& visit)
     const DptRow rows[] = {
         // main sub bits value type  sub type           converter and its range, the same interval on both sides
         //                                              unless given as (internal min, max, external min, max)
-        {  1,   0,   1, ivtBool,     istGeneric,        Make<KnxConverter1Bit>()},
-        {  2,   0,   2, ivtBool,     istGeneric,        Make<KnxConverter2Bit>()}, // the converter takes ivtByte; kept
-        {  3,   0,   4, ivtFloat,    istDimmingControl, Make<KnxConverter4Bit>()}, // likewise
-        {  4,   0,   8, ivtString,   istAscii,          Make<KnxConverter8BitString>(Ints(0, 127))},
-        {  4,   1,   8, ivtString,   istAscii,          Make<KnxConverter8BitString>(Ints(0, 127))},
-        {  4,   2,   8, ivtString,   istLatin1,         Make<KnxConverter8BitString>(Ints(0, 255))},
-        {  5,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
-        {  5,   6,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 254))},
-        {  6,   0,   8, ivtInteger,  istGeneric,        Make<KnxConverterInteger8BitSigned>(Ints(-128, 127))},
-        {  6,  20,   8, ivtByte,     istStatusMode,     Make<KnxConverterStatus8Bit>(Ints(0, 255))},
-        {  7,   0,  16, ivtWord,     istGeneric,        Make<KnxConverterInteger16BitUnsigned>(Ints(0, 65535))},
-        {  8,   0,  16, ivtInteger,  istGeneric,        Make<KnxConverterInteger16BitSigned>(Ints(-32768, 32767))},
-        {  9,   0,  16, ivtFloat,    istGeneric,        Make<KnxConverterFloat16BitFloat>(Floats(F16Min, F16Max))},
-        {  9,   1,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-273.0, 670760.0))},
-        {  9,   2,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,   3,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,   4,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
-        {  9,   5,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
-        {  9,   6,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
-        {  9,   7,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
-        {  9,   8,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, 670760.0))},
-        {  9,  10,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  11,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  20,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  21,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  22,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  23,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  24,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  25,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-670760.0, 670760.0))},
-        {  9,  26,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(F16Min, F16Max))},
-        {  9,  27,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(-459.6, F16Max))},
-        {  9,  28,  16, ivtFloat,    istKnxFloat,       Make<KnxConverterFloat16BitFloat>(Floats(0.0, F16Max))},
-        { 10,   0,  24, ivtTime,     istGeneric,        Make<KnxConverterTimeOfDay>()},
-        { 11,   0,  24, ivtDate,     istGeneric,        Make<KnxConverterDate>()},
-        { 12,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
-        { 13,   0,  32, ivtInteger,  istGeneric,        Make<KnxConverterInteger32BitSigned>(Ints(I32Min, I32Max))},
-        { 14,   0,  32, ivtFloat,    istGeneric,        Make<KnxConverterFloat32BitFloat>(Floats(-F32, F32))},
-        { 15,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
-        { 16,   0, 112, ivtString,   istAscii,          Make<KnxConverter14ByteString>(Ints(0, 127))},
-        { 16,   1, 112, ivtString,   istLatin1,         Make<KnxConverter14ByteString>(Ints(0, 255))},
-        { 17,   0,   8, ivtInteger,  istSceneNumber,    Make<KnxConverterSceneNumber>(Ints(0, 63))},
-        { 18,   0,   8, ivtInteger,  istSceneNumber,    Make<KnxConverterSceneControl>(Ints(0, 63))},
-        { 19,   0,  64, ivtDateTime, istGeneric,        Make<KnxConverterDateTime>()},
-        { 20,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
-        { 20, 102,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 4))},
-        { 20, 103,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 4))},
-        { 21,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
-        { 23,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
-        { 26,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterSceneInfo>(IntegerRange(-64, 64, 0, 255))},
-        { 27,   0,  32, ivtDWord,    istGeneric,        Make<KnxConverterInteger32BitUnsigned>(Longs(0, U32Max))},
-        {236,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
-        {232,   0,  24, ivtDWord,    istGeneric,        Make<KnxConverterInteger24BitUnsigned>(Longs(0, 16777215))},
-        {238,   0,   8, ivtByte,     istGeneric,        Make<KnxConverterByte8BitUnsigned>(Ints(0, 255))},
+        {  1,   0,   1, ivtBool,     istGeneric,        ERV_CONVERTER(KnxConverter1Bit)},
+        {  2,   0,   2, ivtBool,     istGeneric,        ERV_CONVERTER(KnxConverter2Bit)}, // the converter takes ivtByte; kept
+        {  3,   0,   4, ivtFloat,    istDimmingControl, ERV_CONVERTER(KnxConverter4Bit)}, // likewise
+        {  4,   0,   8, ivtString,   istAscii,          ERV_CONVERTER(KnxConverter8BitString, Ints(0, 127))},
+        {  4,   1,   8, ivtString,   istAscii,          ERV_CONVERTER(KnxConverter8BitString, Ints(0, 127))},
+        {  4,   2,   8, ivtString,   istLatin1,         ERV_CONVERTER(KnxConverter8BitString, Ints(0, 255))},
+        {  5,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
+        {  5,   6,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 254))},
+        {  6,   0,   8, ivtInteger,  istGeneric,        ERV_CONVERTER(KnxConverterInteger8BitSigned, Ints(-128, 127))},
+        {  6,  20,   8, ivtByte,     istStatusMode,     ERV_CONVERTER(KnxConverterStatus8Bit, Ints(0, 255))},
+        {  7,   0,  16, ivtWord,     istGeneric,        ERV_CONVERTER(KnxConverterInteger16BitUnsigned, Ints(0, 65535))},
+        {  8,   0,  16, ivtInteger,  istGeneric,        ERV_CONVERTER(KnxConverterInteger16BitSigned, Ints(-32768, 32767))},
+        {  9,   0,  16, ivtFloat,    istGeneric,        ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(F16Min, F16Max))},
+        {  9,   1,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-273.0, 670760.0))},
+        {  9,   2,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,   3,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,   4,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, 670760.0))},
+        {  9,   5,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, 670760.0))},
+        {  9,   6,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, 670760.0))},
+        {  9,   7,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, 670760.0))},
+        {  9,   8,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, 670760.0))},
+        {  9,  10,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  11,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  20,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  21,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  22,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  23,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  24,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  25,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-670760.0, 670760.0))},
+        {  9,  26,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(F16Min, F16Max))},
+        {  9,  27,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(-459.6, F16Max))},
+        {  9,  28,  16, ivtFloat,    istKnxFloat,       ERV_CONVERTER(KnxConverterFloat16BitFloat, Floats(0.0, F16Max))},
+        { 10,   0,  24, ivtTime,     istGeneric,        ERV_CONVERTER(KnxConverterTimeOfDay)},
+        { 11,   0,  24, ivtDate,     istGeneric,        ERV_CONVERTER(KnxConverterDate)},
+        { 12,   0,  32, ivtDWord,    istGeneric,        ERV_CONVERTER(KnxConverterInteger32BitUnsigned, Longs(0, U32Max))},
+        { 13,   0,  32, ivtInteger,  istGeneric,        ERV_CONVERTER(KnxConverterInteger32BitSigned, Ints(I32Min, I32Max))},
+        { 14,   0,  32, ivtFloat,    istGeneric,        ERV_CONVERTER(KnxConverterFloat32BitFloat, Floats(-F32, F32))},
+        { 15,   0,  32, ivtDWord,    istGeneric,        ERV_CONVERTER(KnxConverterInteger32BitUnsigned, Longs(0, U32Max))},
+        { 16,   0, 112, ivtString,   istAscii,          ERV_CONVERTER(KnxConverter14ByteString, Ints(0, 127))},
+        { 16,   1, 112, ivtString,   istLatin1,         ERV_CONVERTER(KnxConverter14ByteString, Ints(0, 255))},
+        { 17,   0,   8, ivtInteger,  istSceneNumber,    ERV_CONVERTER(KnxConverterSceneNumber, Ints(0, 63))},
+        { 18,   0,   8, ivtInteger,  istSceneNumber,    ERV_CONVERTER(KnxConverterSceneControl, Ints(0, 63))},
+        { 19,   0,  64, ivtDateTime, istGeneric,        ERV_CONVERTER(KnxConverterDateTime)},
+        { 20,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
+        { 20, 102,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 4))},
+        { 20, 103,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 4))},
+        { 21,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
+        { 23,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
+        { 26,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterSceneInfo, IntegerRange(-64, 64, 0, 255))},
+        { 27,   0,  32, ivtDWord,    istGeneric,        ERV_CONVERTER(KnxConverterInteger32BitUnsigned, Longs(0, U32Max))},
+        {236,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
+        {232,   0,  24, ivtDWord,    istGeneric,        ERV_CONVERTER(KnxConverterInteger24BitUnsigned, Longs(0, 16777215))},
+        {238,   0,   8, ivtByte,     istGeneric,        ERV_CONVERTER(KnxConverterByte8BitUnsigned, Ints(0, 255))},
     };
     // clang-format on
     static_assert(std::extent_v<decltype(rows)> == 53, "the DPT table has 53 rows");
@@ -293,6 +308,13 @@ DptValueEntry::DptValueEntry(const KNXDPT& dpt, AvoValueType valueType, AvoDP::A
 {
 }
 
+DptValueEntry::DptValueEntry(const KNXDPT& dpt, AvoValueType valueType, AvoDP::AvoValueSubType subType,
+                             std::unique_ptr<KnxConverter> converter, std::string converterName, std::string rangeText)
+    : m_dpt(dpt), m_valueType(valueType), m_subType(subType), m_converter(std::move(converter)),
+      m_converterName(std::move(converterName)), m_rangeText(std::move(rangeText))
+{
+}
+
 DptValueEntry::~DptValueEntry() = default;
 
 const DptValueEntry& GetDefaultDptValueEntry()
@@ -356,9 +378,9 @@ bool KnxValueConverter::FillDptValueMap()
     m_map.Clear();
     bool complete = true;
     VisitDptTable([this, &complete](const DptRow& row) {
-        if (!AddDptValueMapEntry(row.mainNumber, row.subNumber, row.bitSize, row.valueType, row.subType,
-                                 *row.prototype)) {
-            const KNXDPT dpt{row.bitSize, row.mainNumber, row.subNumber};
+        const KNXDPT dpt{row.bitSize, row.mainNumber, row.subNumber};
+        if (!m_map.Insert(DptValueEntry(dpt, row.valueType, row.subType, row.prototype.converter->Clone(),
+                                        row.prototype.name, row.prototype.range))) {
             ERV_LOG_ERROR("Add DPT value map entry failed. DPT=" << dpt); // written as in the table: "1.x", "4.001"
             complete = false;
         }

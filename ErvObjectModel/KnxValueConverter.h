@@ -35,6 +35,9 @@ public:
     DptValueEntry();
     DptValueEntry(const KNXDPT& dpt, AvoValueType valueType, AvoDP::AvoValueSubType subType,
                   std::unique_ptr<KnxConverter> converter);
+    // The same with what the table says of the converter, for tools that list the table.
+    DptValueEntry(const KNXDPT& dpt, AvoValueType valueType, AvoDP::AvoValueSubType subType,
+                  std::unique_ptr<KnxConverter> converter, std::string converterName, std::string rangeText);
     DptValueEntry(DptValueEntry&&) noexcept = default;
     DptValueEntry& operator=(DptValueEntry&&) noexcept = default;
     virtual ~DptValueEntry();
@@ -45,12 +48,19 @@ public:
     // Null only for an entry made without a converter. Not const: the converter interface's
     // operations are declared non-const for the hosts' converters, though ours hold no state.
     KnxConverter* GetConverter() const { return m_converter.get(); }
+    // The converter's class as the DPT table names it ("KnxConverterFloat16BitFloat") and its range
+    // ("FloatRange(-273, 670760, -273, 670760)"), recorded with the row rather than asked of the
+    // converter. Empty for a converter without a range, and both for an entry added by a host.
+    const std::string& GetConverterName() const { return m_converterName; }
+    const std::string& GetRangeText() const { return m_rangeText; }
 
 private:
     KNXDPT m_dpt;
     AvoValueType m_valueType;
     AvoDP::AvoValueSubType m_subType;
     std::unique_ptr<KnxConverter> m_converter;
+    std::string m_converterName;
+    std::string m_rangeText;
 };
 
 // Main number -> sub number -> entry; sub number 0 stands for any sub number of its main number.

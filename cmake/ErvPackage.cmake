@@ -1,10 +1,12 @@
 # Installation, the CMake package, the pkg-config file and the Debian packages.
 #
 #   cmake --install build [--prefix DIR]      library, platform stand-ins, headers, package files
-#   cpack --config build/CPackConfig.cmake    libervobjectmodel1 (runtime) and libervobjectmodel-dev
+#   cpack --config build/CPackConfig.cmake    libervobjectmodel1 (runtime), libervobjectmodel-dev and,
+#                                             on amd64, ervom
 #
-# Components: Runtime (the shared libraries) and Development (headers, link names, CMake and
-# pkg-config files); each becomes one Debian package.
+# Components: Runtime (the shared libraries), Development (headers, link names, CMake and
+# pkg-config files) and Tool (ervom with its manual pages and bash completion); each becomes one
+# Debian package.
 include(CMakePackageConfigHelpers)
 
 set(ERV_INSTALLED_LIBRARIES
@@ -46,7 +48,9 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libervobjectmodel)
 set(CPACK_PACKAGE_VENDOR "libervobjectmodel developers")
 set(CPACK_PACKAGE_CONTACT "libervobjectmodel developers <ervobjectmodel@localhost>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "object model of the KNX controller")
+# Each package's description starts with its own summary line; CPack would put a shared
+# CPACK_PACKAGE_DESCRIPTION_SUMMARY before every one of them.
+set(ERV_DEB_SUMMARY "object model of the KNX controller")
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
@@ -65,7 +69,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${ERV_DEB_RUNTIME})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
-  "Converts values between application values and KNX group values by datapoint\ntype, computes object-model ids, turns the device-stack client's requests into\nblocking calls and loads the app host's configuration.")
+  "${ERV_DEB_SUMMARY}\nConverts values between application values and KNX group values by datapoint\ntype, computes object-model ids, turns the device-stack client's requests into\nblocking calls and loads the app host's configuration.")
 # Written out rather than found by dpkg-shlibdeps, which cannot read a cross build's libraries;
 # scripts/check-packages.sh verifies the list against what the libraries actually load.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
@@ -74,7 +78,20 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libervobjectmodel-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
-  "Development files: headers, CMake package (find_package(ErvObjectModel), target Erv::ervobjectmodel)\nand pkg-config file (ervobjectmodel) of libervobjectmodel.")
+  "${ERV_DEB_SUMMARY}: development files\nHeaders, CMake package (find_package(ErvObjectModel), target Erv::ervobjectmodel)\nand pkg-config file (ervobjectmodel) of libervobjectmodel.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "${ERV_DEB_RUNTIME} (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), libboost-thread-dev (>= 1.74), libboost-date-time-dev (>= 1.74), libboost-chrono-dev (>= 1.74), libboost-timer-dev (>= 1.74), libboost-filesystem-dev (>= 1.74), liblog4cplus-dev, libutfcpp-dev")
+
+# The command-line tool, for the integrator's amd64 machine; the controller gets no tool package.
+if(ERV_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING)
+  list(APPEND CPACK_COMPONENTS_ALL Tool)
+  set(CPACK_DEBIAN_TOOL_PACKAGE_NAME ervom)
+  set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+  set(CPACK_DEBIAN_TOOL_DESCRIPTION
+    "KNX values, DPTs and ETS exports with the object model's exact behaviour\nDecodes and encodes KNX values, lists the DPT table, explains object ids and ETS\ngroup-address exports from a shell, with the exact behaviour of libervobjectmodel;\nmonitors, reads and writes a live bus through knxd.")
+  # knxd-tools ships knxd's client library, libeibclient.so.0. The list is checked against what
+  # ervom loads by scripts/check-packages.sh, as the runtime package's is.
+  set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
+    "${ERV_DEB_RUNTIME} (= ${PROJECT_VERSION}), knxd-tools, libboost-program-options1.74.0, libc6 (>= 2.36), libstdc++6 (>= 12), libgcc-s1 (>= 3.5), liblog4cplus-2.0.5 (>= 2.0.8)")
+endif()
 include(CPack)

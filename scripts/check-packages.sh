@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks the Debian packages CPack made: names, architecture, contents (dpkg-deb -c), the SONAME
 # and CPU of the libraries, and that the runtime package depends on the package of every library
-# they load.
+# they load; on amd64 the same for the tool's package, ervom, with its manual pages and completion.
 #   check-packages.sh DIR ARCH VERSION      e.g. check-packages.sh build/packages amd64 1.0.0
 set -euo pipefail
 dir=$1 arch=$2 version=$3
@@ -54,25 +54,52 @@ grep -v ' -> ' <<<"$devl" | grep -Eq '\.so\.[0-9.]+$' && fail "the -dev package 
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 dpkg-deb -x "$runtime" "$work"
-# The package names the runtime package depends on, one per line.
-depends=$(dpkg-deb -f "$runtime" Depends | tr ',' '\n' | awk '{ print $1 }')
+# depends_of DEB: the package names it depends on, one per line.
+depends_of() { dpkg-deb -f "$1" Depends | tr ',' '\n' | awk '{ print $1 }'; }
+# loads_from FILE WHO DEPENDS: each library FILE loads is among the extracted packages or comes from
+# a package in DEPENDS.
+loads_from() {
+    local file=$1 who=$2 depends=$3 needed owner
+    for needed in $(readelf -d "$file" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p'); do
+        [ -e "$work/$lib/$needed" ] && continue
+        owner=$(dpkg -S "/usr/lib/$triplet/$needed" "/lib/$triplet/$needed" 2>/dev/null | head -n 1 | cut -d: -f1) || true
+        if [ -z "$owner" ]; then
+            fail "$who loads $needed, which no installed package provides"
+        elif ! grep -Fxq "$owner" <<<"$depends"; then
+            fail "$who loads $needed from $owner, which its package does not depend on"
+        fi
+    done
+}
+depends=$(depends_of "$runtime")
 for l in "${libs[@]}"; do
     so=$work/$lib/lib$l.so.$version
     readelf -h "$so" | grep -q "Machine:.*$machine" || fail "lib$l is not built for $machine"
     readelf -d "$so" | grep -q "Library soname: \[lib$l.so.$major\]" || fail "lib$l has no SONAME lib$l.so.$major"
-    for needed in $(readelf -d "$so" | sed -n 's/.*Shared library: \[\(.*\)\]/\1/p'); do
-        [ -e "$work/$lib/$needed" ] && continue
-        owner=$(dpkg -S "/usr/lib/$triplet/$needed" "/lib/$triplet/$needed" 2>/dev/null | head -n 1 | cut -d: -f1) || true
-        if [ -z "$owner" ]; then
-            fail "lib$l loads $needed, which no installed package provides"
-        elif ! grep -Fxq "$owner" <<<"$depends"; then
-            fail "lib$l loads $needed from $owner, which the runtime package does not depend on"
-        fi
-    done
+    loads_from "$so" "lib$l" "$depends"
 done
+
+# The tool: binary, one manual page per command, completion, and a dependency for what it loads.
+if [ "$arch" = amd64 ]; then
+    tool=$dir/ervom_${version}_${arch}.deb
+    [ -f "$tool" ] || { echo "FAIL: $tool missing; made: $(ls "$dir"/*.deb 2>/dev/null)"; exit 1; }
+    [ "$(dpkg-deb -f "$tool" Architecture)" = "$arch" ] || fail "$(basename "$tool"): architecture"
+    tl=$(contents "$tool")
+    expect "$tool" "$tl" usr/bin/ervom usr/share/man/man1/ervom\.1\.gz usr/share/bash-completion/completions/ervom
+    dpkg-deb -x "$tool" "$work"
+    # Run from the extracted packages, with their libraries rather than any installed ones.
+    commands=$(LD_LIBRARY_PATH=$work/$lib "$work/usr/bin/ervom" --help |
+        awk '/^Commands:$/ { on = 1; next } on && /^$/ { exit } on { print $1 }')
+    [ -n "$commands" ] || fail "ervom lists no commands"
+    for c in $commands; do expect "$tool" "$tl" "usr/share/man/man1/ervom-$c\.1\.gz"; done
+    bash -n "$work/usr/share/bash-completion/completions/ervom" || fail "the bash completion does not parse"
+    grep -Eq '^usr/(lib|include)/' <<<"$tl" && fail "the tool package holds library files"
+    tool_depends=$(depends_of "$tool")
+    grep -Fxq "libervobjectmodel$major" <<<"$tool_depends" || fail "ervom does not depend on libervobjectmodel$major"
+    loads_from "$work/usr/bin/ervom" ervom "$tool_depends"
+fi
 
 if [ "$failures" -gt 0 ]; then
     echo "$failures problem(s) in the $arch packages"
     exit 1
 fi
-echo "packages for $arch ok: $(basename "$runtime") ($(wc -l <<<"$rt") entries), $(basename "$dev") ($(wc -l <<<"$devl") entries)"
+echo "packages for $arch ok: $(basename "$runtime") ($(wc -l <<<"$rt") entries), $(basename "$dev") ($(wc -l <<<"$devl") entries)${tool:+, $(basename "$tool") ($(wc -l <<<"$tl") entries)}"

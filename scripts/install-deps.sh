@@ -13,7 +13,9 @@ host_pkgs=(cmake make g++ pkg-config
   liblog4cplus-dev librapidxml-dev libutfcpp-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   # a second compiler for the installed headers, as some host teams use it
-  clang-14)
+  clang-14
+  # ervom's live bus: the daemon and its tools for the tests, the client library to build against
+  knxd knxd-tools knxd-dev)
 armhf_pkgs=(g++-arm-linux-gnueabihf qemu-user libc6:armhf
   libboost-dev:armhf libboost-thread-dev:armhf libboost-date-time-dev:armhf
   libboost-chrono-dev:armhf libboost-timer-dev:armhf libboost-filesystem-dev:armhf
@@ -43,12 +45,26 @@ install_missing() {
   sudo_ apt-get install -y -qq --no-install-recommends $need >/dev/null
 }
 
+# Installing knxd where systemd runs enables and starts a system daemon that routes KNX over the
+# LAN. The build and the tests only need its programs and start their own private daemons, so a
+# daemon that this script brought in is stopped again; one that was there before is left alone.
+quiet_new_knxd() {
+  [ -n "$1" ] || return 0
+  if command -v systemctl >/dev/null && [ -d /run/systemd/system ]; then
+    sudo_ systemctl disable --now knxd.socket knxd.service >/dev/null 2>&1 || true
+    echo "knxd's system service disabled; enable it with: systemctl enable --now knxd.socket knxd.service"
+  fi
+}
+
 case "$mode" in
-host)
-  install_missing "${host_pkgs[@]}"
-  ;;
-fuzz)
-  install_missing "${host_pkgs[@]}" "${fuzz_pkgs[@]}"
+host | fuzz)
+  had_knxd=$(missing knxd)
+  if [ "$mode" = fuzz ]; then
+    install_missing "${host_pkgs[@]}" "${fuzz_pkgs[@]}"
+  else
+    install_missing "${host_pkgs[@]}"
+  fi
+  quiet_new_knxd "$had_knxd"
   ;;
 armhf)
   "$0" host

@@ -74,6 +74,38 @@ TEST(DptTable, ExpectedBitSizeByMainNumber)
         EXPECT_EQ(KnxValueConverter::GetExpectedBitSize(main), bits) << main;
 }
 
+// What tools show of a row comes from the row itself: no casts to converter classes.
+TEST(DptTable, RowsNameTheirConverterAndRange)
+{
+    struct Row {
+        KNXDPT dpt;
+        const char* converter;
+        const char* range;
+    };
+    const Row rows[] = {
+        {Dpt(1, 1), "KnxConverter1Bit", ""},
+        {Dpt(9, 1), "KnxConverterFloat16BitFloat", "FloatRange(-273, 670760, -273, 670760)"},
+        {Dpt(9, 9), "KnxConverterFloat16BitFloat", "FloatRange(-671089, 670761, -671089, 670761)"},
+        {Dpt(12, 1), "KnxConverterInteger32BitUnsigned", "IntegerRange(0, 4294967295, 0, 4294967295)"},
+        {Dpt(26, 1), "KnxConverterSceneInfo", "IntegerRange(-64, 64, 0, 255)"},
+        {Dpt(19, 1), "KnxConverterDateTime", ""},
+    };
+    LogCapture log;
+    for (const Row& row : rows) {
+        const Erv::DptValueEntry* entry = Table().FindEntry(row.dpt);
+        ASSERT_NE(entry, nullptr) << row.dpt;
+        EXPECT_EQ(entry->GetConverterName(), row.converter) << row.dpt;
+        EXPECT_EQ(entry->GetRangeText(), row.range) << row.dpt;
+    }
+    std::size_t unnamed = 0;
+    Table().GetMap().ForEach([&unnamed](const Erv::DptValueEntry& entry) {
+        unnamed += entry.GetConverterName().rfind("KnxConverter", 0) != 0;
+    });
+    EXPECT_EQ(unnamed, 0u);
+    EXPECT_EQ(Table().FindEntry(Dpt(100, 1)), nullptr);
+    EXPECT_THAT(log.Lines(), IsEmpty());
+}
+
 // Stands in for any failure below the conversions that is not a refusal.
 class ThrowingConverter : public Erv::KnxConverterBase<ThrowingConverter> {
 public:
@@ -105,6 +137,8 @@ TEST(HandBuiltTable, KeepsTheFirstRowOfAKeyAndHasNoWildcardItWasNotGiven)
     EXPECT_EQ(converter.GetEntry(Dpt(7, 1)).GetValueType(), ivtWord);
     EXPECT_EQ(&converter.GetEntry(Dpt(7, 2)), &Erv::GetDefaultDptValueEntry());
     EXPECT_THAT(log.Lines(), ElementsAre(Error("No Entry found for DPT = 7.002")));
+    EXPECT_EQ(converter.FindEntry(Dpt(7, 2)), nullptr);
+    EXPECT_TRUE(converter.FindEntry(Dpt(7, 1))->GetConverterName().empty()); // a host's row says nothing
 }
 
 TEST(HandBuiltTable, VariableSizeIsNotCheckedAndExceptionsBelowBecomeFalse)

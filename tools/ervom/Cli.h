@@ -18,8 +18,9 @@ namespace Ervom {
 
 namespace po = boost::program_options;
 
-// Scripts branch on these: 1 means the library said no, 2 means ervom could not read its input.
-enum ExitStatus { ExitSuccess = 0, ExitRefused = 1, ExitUsage = 2 };
+// Scripts branch on these: 1 means the library said no, 2 means ervom could not read its input,
+// 3 means the bus did not answer (knxd unreachable, the connection lost, no response in time).
+enum ExitStatus { ExitSuccess = 0, ExitRefused = 1, ExitUsage = 2, ExitBus = 3 };
 
 // Anything wrong with the command line or the text given to a command; reported with exit 2.
 class UsageError : public std::runtime_error {
@@ -27,7 +28,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-enum class Format { Human, Tsv };
+// Human: aligned for a person. Tsv: a header line and tab-separated rows. Json: one JSON object per
+// row (JSON Lines), keyed by the names a TSV header gives, every value a string.
+enum class Format { Human, Tsv, Json };
 
 // The lines the library logs at WARN and above while a command runs, without their prefix of
 // context and function name. They are what a refusal is explained with.
@@ -93,7 +96,7 @@ std::string OptionsText(const po::options_description& options);
 std::vector<po::option> NegativeNumbersArePositional(std::vector<std::string>& args);
 
 // A record of named fields: a block of "name  value" lines for a person, a header line and one
-// row for a script.
+// row (or one JSON object) for a script.
 class Record {
 public:
     Record& Add(std::string name, std::string value);
@@ -120,6 +123,7 @@ public:
     Table& operator=(const Table&) = delete;
 
     void Row(std::initializer_list<std::string_view> cells);
+    void Row(const std::vector<std::string_view>& cells);
     void Flush();
 
 private:
@@ -133,10 +137,16 @@ private:
     bool m_streaming;
     bool m_headerWritten = false;
     std::vector<std::vector<std::string>> m_pending; // rows kept until the widths are known
+    std::vector<std::string> m_jsonNames;
     std::string m_buffer;
 };
 
 // The name a script sees for a field: lower case, blanks as underscores ("Value id" -> "value_id").
 std::string TsvName(std::string_view name);
+
+// Appends {"name":"value",...} and a line break: one row of the JSON form. Names are taken as they
+// are; values are escaped, and bytes that are not UTF-8 become U+FFFD.
+void AppendJsonObject(std::string& out, const std::vector<std::string>& names,
+                      const std::vector<std::string_view>& values);
 
 } // namespace Ervom

@@ -12,5 +12,11 @@ int RunDpts(const Invocation& invocation);
 int RunId(const Invocation& invocation);
 int RunConfig(const Invocation& invocation);
 int RunSimulate(const Invocation& invocation);
+int RunGaMap(const Invocation& invocation);
+#ifdef ERVOM_WITH_KNXD
+int RunMonitor(const Invocation& invocation);
+int RunRead(const Invocation& invocation);
+int RunWrite(const Invocation& invocation);
+#endif
 
 } // namespace Ervom

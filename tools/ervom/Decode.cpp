@@ -1,12 +1,8 @@
 // decode: payload bytes of a DPT to an application value, one at a time or a whole capture.
 #include "Commands.h"
+#include "ValueCodec.h"
 #include "ValueText.h"
 
-#include "ErvObjectModel/GroupValueAvoValue.h"
-#include "ErvObjectModel/KnxLumMapping.h"
-#include "ErvObjectModel/KnxValueConverter.h"
-
-#include <boost/optional.hpp>
 
 #include <charconv>
 #include <chrono>
@@ -14,7 +10,6 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
-#include <unordered_map>
 
 namespace Ervom {
 
@@ -42,150 +37,6 @@ const CommandHelp Help = {
     "  ervom decode --bits 4 3.007 09           dimming step with an explicit size\n"
     "  ervom decode --batch tools/samples/capture.txt\n"
     "  ervom --format tsv decode --batch < capture.txt | awk -F'\\t' '$5 == \"refused\"'\n"};
-
-enum class Outcome { Decoded, Refused, Unknown };
-
-const char* OutcomeName(Outcome outcome)
-{
-    switch (outcome) {
-    case Outcome::Decoded: return "decoded";
-    case Outcome::Refused: return "refused";
-    case Outcome::Unknown: return "unknown";
-    }
-    return "";
-}
-
-struct Decoded {
-    Outcome outcome = Outcome::Refused;
-    std::string dpt;
-    unsigned bits = 0;
-    std::string bytes;
-    std::string type;
-    std::string subType;
-    std::string value;
-    std::string serialized;
-    std::string message;
-};
-
-// One converter for the whole run: the table is built once, as a host does.
-class Decoder {
-public:
-    Decoder(bool byNumber, unsigned bits, LibraryMessages& messages)
-        : m_byNumber(byNumber), m_bits(bits), m_messages(messages)
-    {
-        m_converter.Init();
-    }
-
-    void Decode(const DptText& text, const std::vector<unsigned char>& bytes, Decoded& out)
-    {
-        // Field by field, so that a batch reuses the strings' storage line after line.
-        out.outcome = Outcome::Refused;
-        out.bits = 0;
-        for (std::string* field : {&out.bytes, &out.type, &out.subType, &out.value, &out.serialized, &out.message})
-            field->clear();
-        out.dpt = DptName(text.main, text.sub);
-        m_messages.Clear();
-        try {
-            const unsigned bits = m_bits != 0 ? m_bits : DefaultBits(text.main, bytes.size());
-            const KnxStack::GroupValue groupValue(KnxStack::BinaryData(bytes.data(), bytes.size()), bits);
-            out.bits = groupValue.GetDefinedSize();
-            out.bytes = groupValue.GetRawData().ToString();
-            if (m_byNumber)
-                ByNumber(text, groupValue, out);
-            else
-                ByTable(text, groupValue, out);
-        } catch (const std::exception& e) {
-            // The platform's group value refuses what it cannot hold (more than its capacity).
-            out.outcome = Outcome::Refused;
-            out.message = e.what();
-        }
-    }
-
-private:
-    // The platform's name of a DPT, remembered: a capture names the same few DPTs again and again.
-    const std::string& DptName(std::uint16_t main, std::uint16_t sub)
-    {
-        const std::uint32_t key = std::uint32_t{main} << 16 | sub;
-        auto found = m_dptNames.find(key);
-        if (found == m_dptNames.end())
-            found = m_dptNames.emplace(key, ToString(KNXDPT{0, main, sub})).first;
-        return found->second;
-    }
-
-    // The size the DPT carries on the bus when the bytes hold exactly that (1 bit in one byte);
-    // otherwise every byte counts.
-    static unsigned DefaultBits(std::uint16_t main, std::size_t byteCount)
-    {
-        const std::uint32_t expected = Erv::KnxValueConverter::GetExpectedBitSize(main);
-        if (expected > 0 && expected < 2147483647u && (expected + 7) / 8 == byteCount)
-            return expected;
-        return static_cast<unsigned>(byteCount * 8);
-    }
-
-    void ByTable(const DptText& text, const KnxStack::GroupValue& groupValue, Decoded& out)
-    {
-        KNXDPT dpt = text.ToKnxDpt(0);
-        const Erv::DptValueEntry* entry = nullptr;
-        if (dpt.mainNumber != 0) {
-            entry = &m_converter.GetEntry(dpt);
-            if (entry == &Erv::GetDefaultDptValueEntry())
-                return Unknown(out);
-            dpt.bitSize = entry->GetDpt().bitSize;
-        }
-        AVOVALUE value;
-        if (!m_converter.FromKnxValue(dpt, groupValue, value))
-            return Refused(out);
-        if (!entry) { // the library chose the DPT from the size
-            out.dpt = ToString(dpt);
-            entry = &m_converter.GetEntry(dpt);
-            if (entry == &Erv::GetDefaultDptValueEntry())
-                return Unknown(out);
-        }
-        Fill(value, AvoDP::GetNameFromValueSubType(entry->GetSubType()), out);
-    }
-
-    void ByNumber(const DptText& text, const KnxStack::GroupValue& groupValue, Decoded& out)
-    {
-        const unsigned long number = text.Number();
-        const boost::optional<AVOVALUE> value = Erv::GroupValueToAvoValue(groupValue, number);
-        if (!value) {
-            // A main number without a row in the library's lookups has no default value either.
-            const bool known = Erv::KnxLumMapping::GetDefaultValueFromDpt(number, false).has_value();
-            return known ? Refused(out) : Unknown(out);
-        }
-        Fill(*value, Erv::KnxLumMapping::GetIstFromMainType(text.main), out);
-    }
-
-    void Unknown(Decoded& out) const
-    {
-        out.outcome = Outcome::Unknown;
-        out.message = m_messages.Joined("the library has no entry for this DPT");
-    }
-
-    void Refused(Decoded& out) const
-    {
-        out.outcome = Outcome::Refused;
-        out.message = m_messages.Joined("the library refused the value without a message");
-    }
-
-    void Fill(const AVOVALUE& value, std::string subType, Decoded& out) const
-    {
-        out.outcome = Outcome::Decoded;
-        // A value can come through and still be worth a word from the library.
-        if (!m_messages.Lines().empty())
-            out.message = m_messages.Joined("");
-        out.type = AVOVALUE::GetNameFromValueType(value.ivt);
-        out.subType = std::move(subType);
-        out.value = value.ToString();
-        value.Serialize(out.serialized, false);
-    }
-
-    Erv::KnxValueConverter m_converter;
-    std::unordered_map<std::uint32_t, std::string> m_dptNames;
-    bool m_byNumber;
-    unsigned m_bits; // 0: the DPT's own size
-    LibraryMessages& m_messages;
-};
 
 int DecodeOne(const Invocation& invocation, Decoder& decoder, const std::vector<std::string>& args)
 {
@@ -349,8 +200,8 @@ int DecodeBatch(const Invocation& invocation, Decoder& decoder, const std::vecto
 
     const unsigned long decodedCount = counts[static_cast<int>(Outcome::Decoded)];
     const unsigned long total = decodedCount + counts[1] + counts[2] + unread;
-    std::ostream& summary = format == Format::Tsv ? *invocation.err : *invocation.out;
-    summary << (format == Format::Tsv ? "" : "\n") << total << " telegrams: " << decodedCount << " decoded, "
+    std::ostream& summary = format != Format::Human ? *invocation.err : *invocation.out;
+    summary << (format != Format::Human ? "" : "\n") << total << " telegrams: " << decodedCount << " decoded, "
             << counts[static_cast<int>(Outcome::Refused)] << " refused, " << counts[static_cast<int>(Outcome::Unknown)]
             << " unknown DPT, " << unread << " unread\n";
     if (timing)

@@ -5,7 +5,6 @@
 #include "ErvObjectModel/KnxValueConverter.h"
 
 #include <iostream>
-#include <type_traits>
 
 namespace Ervom {
 
@@ -23,61 +22,15 @@ const CommandHelp Help = {
     "  ervom dpts 9.009\n"
     "  ervom --format tsv dpts | cut -f1,3\n"};
 
-template <class Converter, class = void>
-struct HasRange : std::false_type {
-};
-template <class Converter>
-struct HasRange<Converter, std::void_t<decltype(std::declval<const Converter&>().GetRange())>> : std::true_type {
-};
-
-struct Description {
-    std::string converter;
-    std::string range;
-};
-
-template <class Converter>
-bool DescribeAs(const Erv::KnxConverter& converter, const char* name, Description& out)
-{
-    const auto* concrete = dynamic_cast<const Converter*>(&converter);
-    if (!concrete)
-        return false;
-    out.converter = name;
-    if constexpr (HasRange<Converter>::value)
-        out.range = Erv::ToString(concrete->GetRange());
-    else
-        out.range = "-";
-    return true;
-}
-
-Description Describe(const Erv::KnxConverter* converter)
-{
-    Description out{"-", "-"};
-    if (!converter)
-        return out;
-#define ERVOM_CONVERTER(Class) DescribeAs<Erv::Class>(*converter, #Class, out)
-    ERVOM_CONVERTER(KnxConverterDefault) || ERVOM_CONVERTER(KnxConverter1Bit) || ERVOM_CONVERTER(KnxConverter2Bit) ||
-        ERVOM_CONVERTER(KnxConverter4Bit) || ERVOM_CONVERTER(KnxConverter8BitString) ||
-        ERVOM_CONVERTER(KnxConverterByte8BitUnsigned) || ERVOM_CONVERTER(KnxConverterInteger8BitSigned) ||
-        ERVOM_CONVERTER(KnxConverterStatus8Bit) || ERVOM_CONVERTER(KnxConverterInteger16BitUnsigned) ||
-        ERVOM_CONVERTER(KnxConverterInteger16BitSigned) || ERVOM_CONVERTER(KnxConverterFloat16BitFloat) ||
-        ERVOM_CONVERTER(KnxConverterFloat32BitFloat) || ERVOM_CONVERTER(KnxConverterInteger24BitUnsigned) ||
-        ERVOM_CONVERTER(KnxConverterInteger32BitUnsigned) || ERVOM_CONVERTER(KnxConverterInteger32BitSigned) ||
-        ERVOM_CONVERTER(KnxConverter14ByteString) || ERVOM_CONVERTER(KnxConverterDate) ||
-        ERVOM_CONVERTER(KnxConverterTimeOfDay) || ERVOM_CONVERTER(KnxConverterDateTime) ||
-        ERVOM_CONVERTER(KnxConverterSceneNumber) || ERVOM_CONVERTER(KnxConverterSceneControl) ||
-        ERVOM_CONVERTER(KnxConverterSceneInfo) || (out.converter = "(another converter class)", true);
-#undef ERVOM_CONVERTER
-    return out;
-}
-
 void AddRow(Table& table, const Erv::DptValueEntry& entry)
 {
-    const Description description = Describe(entry.GetConverter());
     const std::string dpt = ToString(entry.GetDpt());
     const std::string bits = std::to_string(entry.GetDpt().bitSize);
     const std::string type = AVOVALUE::GetNameFromValueType(entry.GetValueType());
     const std::string subType = AvoDP::GetNameFromValueSubType(entry.GetSubType());
-    table.Row({dpt, bits, type, subType, description.converter, description.range});
+    const std::string& converter = entry.GetConverterName();
+    const std::string& range = entry.GetRangeText();
+    table.Row({dpt, bits, type, subType, converter.empty() ? "-" : converter, range.empty() ? "-" : range});
 }
 
 } // namespace
@@ -107,15 +60,14 @@ int RunDpts(const Invocation& invocation)
         return ExitSuccess;
     }
     const DptText dpt = ParseDptOrThrow(args[0]);
-    invocation.messages->Clear();
-    const Erv::DptValueEntry& entry = converter.GetEntry(dpt.ToKnxDpt(0));
-    if (&entry == &Erv::GetDefaultDptValueEntry()) {
-        *invocation.err << "ervom dpts: unknown DPT " << ToString(dpt.ToKnxDpt(0)) << ": "
-                        << invocation.messages->Joined("the library has no entry for this DPT") << '\n';
+    const Erv::DptValueEntry* entry = converter.FindEntry(dpt.ToKnxDpt(0));
+    if (!entry) {
+        *invocation.err << "ervom dpts: unknown DPT " << ToString(dpt.ToKnxDpt(0))
+                        << ": the library has no entry for this DPT\n";
         return ExitRefused;
     }
     Table table(*invocation.out, invocation.common.format, columns, false);
-    AddRow(table, entry);
+    AddRow(table, *entry);
     return ExitSuccess;
 }
 

@@ -1,5 +1,6 @@
 // encode: an application value to the payload bytes of a DPT.
 #include "Commands.h"
+#include "ValueCodec.h"
 #include "ValueText.h"
 
 #include "ErvObjectModel/GroupValueAvoValue.h"
@@ -69,8 +70,6 @@ int Unknown(const Invocation& invocation, const std::string& dpt, const char* co
     return ExitRefused;
 }
 
-const char* const AcceptedUnchecked = " (the library would accept any value unchecked and write no bytes)";
-
 int ByTable(const Invocation& invocation, const DptText& text, const std::string& valueText, bool serialized,
             unsigned bits)
 {
@@ -92,23 +91,32 @@ int ByTable(const Invocation& invocation, const DptText& text, const std::string
         if (!textConverter.ToKnxValue(valueText, bits, groupValue))
             return Refused(invocation);
         Erv::KnxValueConverter::GetDefaultMappingDptForValueType(chosen, value);
-        if (&converter.GetEntry(chosen) == &Erv::GetDefaultDptValueEntry())
+        if (!converter.FindEntry(chosen))
             return Unknown(invocation, ToString(chosen), AcceptedUnchecked);
         PrintResult(invocation, ToString(chosen), groupValue, value);
         return ExitSuccess;
     }
 
+    if (!serialized) {
+        const Encoded encoded = EncodeByTable(text, valueText, messages);
+        if (encoded.outcome == Outcome::Unknown)
+            return Unknown(invocation, encoded.dpt, AcceptedUnchecked);
+        if (encoded.outcome == Outcome::Refused)
+            return Refused(invocation);
+        PrintResult(invocation, encoded.dpt, encoded.groupValue, encoded.value);
+        return ExitSuccess;
+    }
     KNXDPT dpt = text.ToKnxDpt(0);
     messages.Clear();
-    const Erv::DptValueEntry& entry = converter.GetEntry(dpt);
-    if (&entry == &Erv::GetDefaultDptValueEntry())
+    const Erv::DptValueEntry* entry = converter.FindEntry(dpt);
+    if (!entry) {
+        textConverter.ToKnxValue(dpt, valueText, groupValue); // for the library's own words
         return Unknown(invocation, ToString(dpt), AcceptedUnchecked);
-    dpt.bitSize = entry.GetDpt().bitSize;
-    const AVOVALUE value = serialized ? ParseSerialized(valueText) : ParseValue(valueText, entry.GetValueType());
+    }
+    dpt.bitSize = entry->GetDpt().bitSize;
+    const AVOVALUE value = ParseSerialized(valueText);
     messages.Clear();
-    const bool converted = serialized ? textConverter.ToKnxValue(dpt, valueText, groupValue)
-                                      : converter.ToKnxValue(dpt, value, groupValue);
-    if (!converted)
+    if (!textConverter.ToKnxValue(dpt, valueText, groupValue))
         return Refused(invocation);
     PrintResult(invocation, ToString(dpt), groupValue, value);
     return ExitSuccess;

@@ -15,7 +15,9 @@ namespace Ervom {
 struct GaMapEntry {
     std::uint16_t address = 0;
     std::string name;       // UTF-8, whatever the file's encoding was
-    KNXDPT dpt{0, 0, 0};    // main number 0: the export gives no DPT, the value is shown raw
+    KNXDPT dpt{0, 0, 0};    // main number 0: the export gives no DPT, the value is shown raw;
+                            // sub number 0: any (DPT-9); bit size as the library knows the main
+                            // number, 0 when it does not or the size varies
     std::size_t line = 0;   // where the file defines it, for messages
 };
 

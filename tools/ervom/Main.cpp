@@ -24,6 +24,12 @@ const Command Commands[] = {
     {"id", RunId, "object-model ids: co, param, appcontrol, and explain for any id"},
     {"config", RunConfig, "load the app host configuration and print every setting"},
     {"simulate", RunSimulate, "drive the synchronous request engine against a simulated device stack"},
+    {"gamap", RunGaMap, "what an ETS group-address export says: addresses, names, DPTs, table rows"},
+#ifdef ERVOM_WITH_KNXD
+    {"monitor", RunMonitor, "the live bus through knxd, one line per group telegram, values decoded"},
+    {"read", RunRead, "send a group read through knxd and decode the response"},
+    {"write", RunWrite, "encode a value and send it as a group write through knxd"},
+#endif
 };
 
 void PrintOverview(std::ostream& out)
@@ -31,7 +37,8 @@ void PrintOverview(std::ostream& out)
     out << "Usage: ervom COMMAND [options] [arguments]\n\n"
            "Answers the daily questions of KNX integrators and app host developers with this library's\n"
            "exact behaviour: how a DPT decodes and encodes, which DPTs it knows, what an object id is,\n"
-           "what the app host configuration says, how the request engine copes with a slow device stack.\n\n"
+           "what the app host configuration says, how the request engine copes with a slow device stack,\n"
+           "and what goes over a live bus.\n\n"
            "Commands:\n";
     for (const Command& command : Commands)
         out << "  " << command.name << std::string(10 - std::string(command.name).size(), ' ') << command.summary
@@ -40,7 +47,7 @@ void PrintOverview(std::ostream& out)
     out << '\n'
         << OptionsText(CommonOptionsDescription(unused))
         << "\nExit status: 0 success, 1 the library refused the input (or does not know the DPT),\n"
-           "2 a usage error.\n"
+           "2 a usage error, 3 the bus did not answer (knxd unreachable, connection lost, no response).\n"
            "Run 'ervom COMMAND --help' for a command's options and examples.\n";
 }
 
