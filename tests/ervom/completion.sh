@@ -20,7 +20,7 @@ check() { # check "WORDS TYPED" "EXPECTED OFFERS"
 }
 check "ervom ga" "gamap"
 check "ervom --format tsv ga" "gamap"
-check "ervom --format " "human tsv json"
+check "ervom --format " "text tsv json"
 check "ervom monitor --kind " "read response write"
 check "ervom mon" "monitor"
 check "ervom gamap --ga-style " "3 2 free"

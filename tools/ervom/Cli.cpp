@@ -24,15 +24,15 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
     // clang-format off
     common.add_options()
         ("help,h", "show this help")
-        ("format", po::value<std::string>()->value_name("human|tsv|json")->notifier([&options](const std::string& f) {
-             if (f == "human")
+        ("format", po::value<std::string>()->value_name("text|tsv|json")->notifier([&options](const std::string& f) {
+             if (f == "text" || f == "human") // "human" was its first name; scripts may still say it
                  options.format = Format::Human;
              else if (f == "tsv")
                  options.format = Format::Tsv;
              else if (f == "json")
                  options.format = Format::Json;
              else
-                 throw UsageError("--format must be human, tsv or json, not '" + f + "'");
+                 throw UsageError("--format must be text, tsv or json, not '" + f + "'");
          }),
          "aligned for a person (default), tab-separated with a header line, or one JSON object per line")
         ("log-level", po::value(&options.logLevel)->value_name("LEVEL"),

@@ -75,7 +75,7 @@ for c in $commands; do see_commands+="${see_commands:+, }\\fBervom\\-$c\\fR(1)";
 to_man ervom "KNX values, DPTs, object ids and ETS exports with the object model's exact behaviour" \
     "$see_commands" <<<"$overview" >"$out/man/man1/ervom.1"
 
-# The completion: commands, each command's options and the values they name ("human|tsv").
+# The completion: commands, each command's options and the values they name ("text|tsv").
 {
     echo "# bash completion for ervom, generated from its --help texts by make-docs.sh"
     echo "_ervom()"
@@ -116,7 +116,7 @@ for c in $commands; do
                  if ($3 ~ /^[a-z]+$/) print $3; next } { started = 0 }' <<<"$help" | sort -u | tr '\n' ' ')
     command_options[$c]+="|$words"
 done
-# A value name of lower-case words or numbers ("human|tsv", "3|2|free") lists the values; one in
+# A value name of lower-case words or numbers ("text|tsv", "3|2|free") lists the values; one in
 # capitals is a placeholder, FILE a file.
 while read -r opt value; do
     [ -n "$value" ] || continue
