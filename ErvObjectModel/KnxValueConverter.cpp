@@ -146,21 +146,21 @@ struct ExpectedSizeRow {
 };
 
 constexpr ExpectedSizeRow ExpectedSizeTable[] = {
-    {1, {1}},
-    {2, {2}},
-    {3, {31}},
-    {4, {3}},
-    {8, {{4, 6}, 17, 18, 20, 21, 23, 25, 26, 236, 238}},
-    {9, {200}},
-    {16, {{7, 9}, 22, 201, 202, 204, 207, 211, 217, 234, 237, 239}},
-    {24, {10, 11, 30, 203, 205, 206, 209, 223, 225, 232, 240}},
-    {32, {{12, 15}, 27, 210, 214, 220, 231, 241}},
-    {40, {215, 216, 218}},
-    {48, {212, 219, 221, 222, 224, 229, 235}},
-    {64, {19, 29, 213, 230}},
-    {112, {16}},
+    {1,               {1}},
+    {2,               {2}},
+    {3,               {31}},
+    {4,               {3}},
+    {8,               {{4, 6}, 17, 18, 20, 21, 23, 25, 26, 236, 238}},
+    {9,               {200}},
+    {16,              {{7, 9}, 22, 201, 202, 204, 207, 211, 217, 234, 237, 239}},
+    {24,              {10, 11, 30, 203, 205, 206, 209, 223, 225, 232, 240}},
+    {32,              {{12, 15}, 27, 210, 214, 220, 231, 241}},
+    {40,              {215, 216, 218}},
+    {48,              {212, 219, 221, 222, 224, 229, 235}},
+    {64,              {19, 29, 213, 230}},
+    {112,             {16}},
     {VariableBitSize, {24, 28}},
-    {0, {{32, 199}, 208, {226, 228}, 233}},
+    {0,               {{32, 199}, 208, {226, 228}, 233}},
 };
 
 constexpr std::uint32_t Unlisted = 0xFFFFFFFF;
@@ -245,8 +245,17 @@ struct DefaultForSizeRow {
 };
 
 constexpr DefaultForSizeRow DefaultForSizeTable[] = {
-    {1, 1, 1},   {2, 2, 1},    {4, 3, 7},    {8, 5, 0},   {16, 9, 0},   {24, 10, 1},
-    {32, 14, 0}, {40, 218, 0}, {48, 219, 1}, {64, 19, 1}, {112, 16, 1},
+    {  1,   1, 1},
+    {  2,   2, 1},
+    {  4,   3, 7},
+    {  8,   5, 0},
+    { 16,   9, 0},
+    { 24,  10, 1},
+    { 32,  14, 0},
+    { 40, 218, 0},
+    { 48, 219, 1},
+    { 64,  19, 1},
+    {112,  16, 1},
 };
 
 constexpr int AnySize = -1;
@@ -261,27 +270,27 @@ struct DefaultForValueTypeRow {
 
 // A value type whose given bit size has no row gets no default.
 constexpr DefaultForValueTypeRow DefaultForValueTypeTable[] = {
-    {ivtBool, AnySize, 1, 1, 1},
-    {ivtDimming, AnySize, 4, 3, 7},
-    {ivtByte, AnySize, 8, 5, 0},
-    {ivtScaling, AnySize, 8, 5, 1},
-    {ivtFloat, 0, 16, 9, 0},
-    {ivtFloat, 16, 16, 9, 0},
-    {ivtFloat, 4, 4, 3, 0},
-    {ivtFloat, 8, 8, 5, 1},
-    {ivtFloat, 32, 16, 14, 0}, // 16, not 32: hosts depend on it, kept
-    {ivtInteger, 0, 32, 13, 0},
-    {ivtInteger, 8, 8, 6, 0},
-    {ivtInteger, 16, 16, 8, 0},
-    {ivtLong, AnySize, 32, 13, 100},
-    {ivtTime, AnySize, 24, 10, 1},
-    {ivtDate, AnySize, 24, 11, 1},
-    {ivtDWord, AnySize, 32, 12, 1},
-    {ivtBinary, AnySize, 40, 218, 0},
-    {ivtDateTime, AnySize, 64, 19, 1},
-    {ivtString, 0, 112, 16, 1},
-    {ivtString, 8, 8, 4, 1},
-    {ivtString, 112, 8, 16, 0}, // bit size 8 for a 14-octet string: hosts depend on it, kept
+    {ivtBool,     AnySize,   1,   1,   1},
+    {ivtDimming,  AnySize,   4,   3,   7},
+    {ivtByte,     AnySize,   8,   5,   0},
+    {ivtScaling,  AnySize,   8,   5,   1},
+    {ivtFloat,    0,        16,   9,   0},
+    {ivtFloat,    16,       16,   9,   0},
+    {ivtFloat,    4,         4,   3,   0},
+    {ivtFloat,    8,         8,   5,   1},
+    {ivtFloat,    32,       16,  14,   0}, // 16, not 32: hosts depend on it, kept
+    {ivtInteger,  0,        32,  13,   0},
+    {ivtInteger,  8,         8,   6,   0},
+    {ivtInteger,  16,       16,   8,   0},
+    {ivtLong,     AnySize,  32,  13, 100},
+    {ivtTime,     AnySize,  24,  10,   1},
+    {ivtDate,     AnySize,  24,  11,   1},
+    {ivtDWord,    AnySize,  32,  12,   1},
+    {ivtBinary,   AnySize,  40, 218,   0},
+    {ivtDateTime, AnySize,  64,  19,   1},
+    {ivtString,   0,       112,  16,   1},
+    {ivtString,   8,         8,   4,   1},
+    {ivtString,   112,       8,  16,   0}, // bit size 8 for a 14-octet string: hosts depend on it, kept
 };
 
 } // namespace
@@ -370,9 +379,9 @@ bool KnxValueConverter::FillDptValueMap()
     bool complete = true;
     VisitDptTable([this, &complete](const DptRow& row) {
         const KNXDPT dpt{row.bitSize, row.mainNumber, row.subNumber};
-        if (!m_map.Insert(DptValueEntry(dpt, row.valueType, row.subType,
-                                        std::unique_ptr<KnxConverter>(row.prototype.converter->Clone()),
-                                        row.prototype.name, row.prototype.range))) {
+        std::unique_ptr<KnxConverter> converter(row.prototype.converter->Clone());
+        if (!m_map.Insert(DptValueEntry(dpt, row.valueType, row.subType, std::move(converter), row.prototype.name,
+                                        row.prototype.range))) {
             ERV_LOG_ERROR("Add DPT value map entry failed. DPT=" << dpt); // written as in the table: "1.x", "4.001"
             complete = false;
         }
@@ -390,8 +399,7 @@ bool KnxValueConverter::AddDptValueMapEntry(unsigned short mainNumber, unsigned 
 
 const DptValueEntry& KnxValueConverter::GetEntry(const KNXDPT& dpt) const { return m_map.GetEntry(dpt); }
 
-bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const
-try {
+bool KnxValueConverter::ToKnxValue(KNXDPT& dpt, const AVOVALUE& val, KnxStack::GroupValue& grp) const try {
     if (dpt.mainNumber == 0) {
         if (!GetDefaultMappingDptForValueType(dpt, val) && !GetDefaultMappingDptForSize(dpt)) {
             ERV_LOG_INFO("Could not find DPT for bit size " << dpt.bitSize);
@@ -410,7 +418,7 @@ try {
     }
     if (val.ivt != ivtInvalid && !AreValueTypesCompatible(val.ivt, entry.GetValueType()))
         ERV_REJECT("Invalid value type found for DPT = " << dpt << " val.ivt=" << val.ivt
-                                                         << " val = " << val.ToString());
+                                                                     << " val = " << val.ToString());
     KnxConverter* converter = entry.GetConverter();
     if (converter == nullptr)
         ERV_REJECT("NULL pointer as KnxConverter for DPT = " << dpt);
@@ -427,8 +435,7 @@ try {
     return false;
 }
 
-bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const
-try {
+bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& grp, AVOVALUE& val) const try {
     if (dpt.mainNumber == 0) {
         if (dpt.bitSize == 0) {
             KNXDPT sized = dpt;
@@ -464,8 +471,9 @@ try {
             input = &resized;
         }
     } else if (expected != actual && expected != VariableBitSize) {
-        ERV_REJECT("Failed to convert a GroupValue for DPT " << dpt << " because of unexpected bit size: " << actual
-                                                             << ", expected: " << expected << " GroupValue = " << grp);
+        ERV_REJECT("Failed to convert a GroupValue for DPT " << dpt << " because of unexpected bit size: "
+                                                                        << actual << ", expected: " << expected
+                                                                        << " GroupValue = " << grp);
     }
 
     KnxConverter* converter = entry.GetConverter();
