@@ -2,6 +2,9 @@
 
 #include "ErvObjectModel/KnxConverterDetail.h"
 
+#include <boost/optional.hpp>
+
+#include <algorithm>
 #include <array>
 #include <cfloat>
 #include <cstddef>
@@ -305,16 +308,41 @@ const DptValueEntry& GetDefaultDptValueEntry()
 
 DptValueMap::~DptValueMap() = default;
 
-void DptValueMap::Clear() { m_entries.clear(); }
+void DptValueMap::Clear()
+{
+    m_entries.clear();
+    m_index.clear();
+}
 
 bool DptValueMap::Insert(DptValueEntry entry)
 {
     const KNXDPT dpt = entry.GetDpt();
-    return m_entries[dpt.mainNumber].emplace(dpt.subNumber, std::move(entry)).second;
+    const auto inserted = m_entries[dpt.mainNumber].emplace(dpt.subNumber, std::move(entry));
+    if (!inserted.second)
+        return false;
+    if (dpt.mainNumber < IndexedMains) {
+        if (m_index.size() <= dpt.mainNumber)
+            m_index.resize(dpt.mainNumber + 1u);
+        MainIndex& main = m_index[dpt.mainNumber];
+        if (dpt.subNumber == 0)
+            main.wildcard = &inserted.first->second;
+        else
+            main.subs.emplace_back(dpt.subNumber, &inserted.first->second);
+    }
+    return true;
 }
 
 const DptValueEntry* DptValueMap::FindEntry(const KNXDPT& dpt) const
 {
+    if (dpt.mainNumber < m_index.size()) {
+        const MainIndex& main = m_index[dpt.mainNumber];
+        for (const auto& sub : main.subs)
+            if (sub.first == dpt.subNumber)
+                return sub.second;
+        return main.wildcard;
+    }
+    if (dpt.mainNumber < IndexedMains)
+        return nullptr;
     const auto main = m_entries.find(dpt.mainNumber);
     if (main == m_entries.end())
         return nullptr;
@@ -437,12 +465,12 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gr
     const std::uint32_t expected = GetExpectedBitSize(dpt.mainNumber);
     const std::uint32_t actual = grp.GetDefinedSize();
     const KnxStack::GroupValue* input = &grp;
-    KnxStack::GroupValue resized;
+    boost::optional<KnxStack::GroupValue> resized; // built only when needed: it is 40 bytes to clear
     if (expected < 7 && actual < 7) {
         // Sub-byte values are not compared: the bytes are read as a value of the DPT's own size.
         if (actual != expected) {
-            resized = KnxStack::GroupValue(grp.GetRawData(), expected);
-            input = &resized;
+            resized.emplace(grp.GetRawData(), expected);
+            input = &*resized;
         }
     } else if (expected != actual && expected != VariableBitSize) {
         ERV_REJECT("Failed to convert a GroupValue for DPT " << dpt << " because of unexpected bit size: "
