@@ -12,6 +12,7 @@
 #include <log4cplus/loglevel.h>
 #include <log4cplus/spi/loggerimpl.h>
 
+#include <atomic>
 #include <sstream>
 #include <string>
 
@@ -93,16 +94,32 @@ struct LoggerLevel : log4cplus::Logger {
     struct Impl : log4cplus::spi::LoggerImpl {
         static log4cplus::LogLevel Own(const log4cplus::spi::LoggerImpl& impl) { return impl.*(&Impl::ll); }
     };
-    static log4cplus::LogLevel Own(const log4cplus::Logger& logger) { return Impl::Own(*(logger.*(&LoggerLevel::value))); }
+    static const log4cplus::spi::LoggerImpl* ImplOf(const log4cplus::Logger& logger)
+    {
+        return logger.*(&LoggerLevel::value);
+    }
 };
+
+// Where the global logger keeps its state, found on the first test (once per module). The object
+// lives as long as the logger and never moves; only where it is is kept, not what it holds.
+inline std::atomic<const log4cplus::spi::LoggerImpl*> GlobalLoggerImpl{nullptr};
+
+inline const log4cplus::spi::LoggerImpl& FindGlobalLoggerImpl()
+{
+    const log4cplus::spi::LoggerImpl* impl = GlobalLoggerImpl.load(std::memory_order_relaxed);
+    if (impl == nullptr) {
+        impl = LoggerLevel::ImplOf(GetGlobalDefaultLogger());
+        GlobalLoggerImpl.store(impl, std::memory_order_relaxed);
+    }
+    return *impl;
+}
 
 // Whether the global logger takes lines of `level`. Nothing enables a level below the logger's own,
 // so a disabled DEBUG line is settled by that comparison; any other line asks log4cplus (which also
 // applies the hierarchy's threshold).
 inline bool IsEnabled(log4cplus::LogLevel level)
 {
-    log4cplus::Logger& logger = GetGlobalDefaultLogger();
-    return level >= LoggerLevel::Own(logger) && logger.isEnabledFor(level);
+    return level >= LoggerLevel::Impl::Own(FindGlobalLoggerImpl()) && GetGlobalDefaultLogger().isEnabledFor(level);
 }
 
 // Starts a line with context, signature, " - " and padding.
