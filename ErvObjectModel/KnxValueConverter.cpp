@@ -281,6 +281,17 @@ constexpr DefaultForValueTypeRow DefaultForValueTypeTable[] = {
     {ivtString,   112,       8,  16,   0}, // bit size 8 for a 14-octet string: hosts depend on it, kept
 };
 
+// The entry of one main number's index for a sub number: the explicit one, else the wildcard (null
+// when there is none). A template only so that it may take the map's private index type.
+template <class MainIndex>
+const DptValueEntry* LookUp(const MainIndex& main, std::uint16_t subNumber)
+{
+    for (const auto& sub : main.subs)
+        if (sub.first == subNumber)
+            return sub.second;
+    return main.wildcard;
+}
+
 } // namespace
 
 // DptValueEntry ---------------------------------------------------------------------------------
@@ -334,30 +345,30 @@ bool DptValueMap::Insert(DptValueEntry entry)
 
 const DptValueEntry* DptValueMap::FindEntry(const KNXDPT& dpt) const
 {
-    if (dpt.mainNumber < m_index.size()) {
-        const MainIndex& main = m_index[dpt.mainNumber];
-        for (const auto& sub : main.subs)
-            if (sub.first == dpt.subNumber)
-                return sub.second;
-        return main.wildcard;
-    }
+    if (dpt.mainNumber < m_index.size())
+        return LookUp(m_index[dpt.mainNumber], dpt.subNumber);
     if (dpt.mainNumber < IndexedMains)
         return nullptr;
-    const auto main = m_entries.find(dpt.mainNumber);
-    if (main == m_entries.end())
+    // Out of line, so that the indexed lookup above stays small enough to inline into the conversions.
+    return [&]() __attribute__((noinline, cold)) -> const DptValueEntry* {
+        const auto main = m_entries.find(dpt.mainNumber);
+        if (main == m_entries.end())
+            return nullptr;
+        const auto& subs = main->second;
+        auto sub = subs.find(dpt.subNumber);
+        if (sub != subs.end())
+            return &sub->second;
+        if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
+            return &sub->second;
         return nullptr;
-    const auto& subs = main->second;
-    auto sub = subs.find(dpt.subNumber);
-    if (sub != subs.end())
-        return &sub->second;
-    if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
-        return &sub->second;
-    return nullptr;
+    }();
 }
 
 const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
 {
-    if (const DptValueEntry* entry = FindEntry(dpt))
+    // The indexed case spelled out here as well, so that it inlines into the conversions.
+    if (const DptValueEntry* entry =
+            dpt.mainNumber < m_index.size() ? LookUp(m_index[dpt.mainNumber], dpt.subNumber) : FindEntry(dpt))
         return *entry;
     ERV_LOG_ERROR("No Entry found for DPT = " << dpt);
     return GetDefaultDptValueEntry();
