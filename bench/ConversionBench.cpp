@@ -99,10 +99,8 @@ bool DirectFrom(const Ring& ring, std::size_t i)
 }
 
 const Conversion LibraryConversions[] = {
-    {"ToKnxValue", LibraryTo, "ToKnxValue"},
-    {"FromKnxValue", LibraryFrom, "FromKnxValue"},
-    {"AvoValueToGroupValue", DirectTo, "ToKnxValue"},
-    {"CheckGroupValue", DirectCheck, "FromKnxValue"},
+    {"ToKnxValue", LibraryTo, "ToKnxValue"},          {"FromKnxValue", LibraryFrom, "FromKnxValue"},
+    {"AvoValueToGroupValue", DirectTo, "ToKnxValue"}, {"CheckGroupValue", DirectCheck, "FromKnxValue"},
     {"GroupValueToAvoValue", DirectFrom, nullptr},
 };
 
@@ -117,9 +115,8 @@ void RegisterConversionBenchmarks()
     const auto add = [](const char* side, const Conversion& conversion) {
         for (std::size_t r = 0; r < std::size(RingNames); ++r) {
             const std::string name = std::string(side) + '/' + RingNames[r] + '/' + conversion.name;
-            benchmark::RegisterBenchmark(name.c_str(), [&conversion, r](benchmark::State& state) {
-                OverRing(state, r, conversion.convert);
-            });
+            benchmark::RegisterBenchmark(
+                name.c_str(), [&conversion, r](benchmark::State& state) { OverRing(state, r, conversion.convert); });
         }
     };
     for (const Conversion& conversion : LibraryConversions)

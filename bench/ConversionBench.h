@@ -11,7 +11,7 @@ namespace ErvBench {
 using Convert = bool (*)(const Ring& ring, std::size_t i);
 
 struct Conversion {
-    const char* name;  // "ToKnxValue", "CheckGroupValue", ...
+    const char* name; // "ToKnxValue", "CheckGroupValue", ...
     Convert convert;
     const char* floor; // the floor conversion it is measured against, null for none
 };

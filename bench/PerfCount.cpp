@@ -2,12 +2,16 @@
 // warm up, then once and twice more between client requests that zero and dump the counts. The
 // difference of the two dumps, divided by the ring's size, is the instructions of one call, with
 // set-up and the requests themselves cancelled. Without valgrind the requests do nothing.
+//
+// It also prints how many heap allocations those passes made, per conversion; any is a fault.
+#include "AllocationCounter.h"
 #include "ConversionBench.h"
 
 #include "ErvLogging/Logging.h"
 
 #include <valgrind/callgrind.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -20,15 +24,20 @@ void Pass(const ErvBench::Ring& ring, ErvBench::Convert convert, int passes)
             convert(ring, i);
 }
 
+// Also prints the heap allocations of the counted passes: a conversion allocates nothing.
 void Count(const std::string& name, const ErvBench::Ring& ring, ErvBench::Convert convert)
 {
     Pass(ring, convert, 1);
+    std::uint64_t allocations = 0;
     for (int passes = 1; passes <= 2; ++passes) {
-        CALLGRIND_ZERO_STATS;
-        Pass(ring, convert, passes);
         const std::string dump = name + ' ' + std::to_string(passes); // outlives the request's statements
+        CALLGRIND_ZERO_STATS;
+        const std::uint64_t before = ErvBench::Allocations();
+        Pass(ring, convert, passes);
+        allocations += ErvBench::Allocations() - before;
         CALLGRIND_DUMP_STATS_AT(dump.c_str());
     }
+    std::printf("allocations %s %llu\n", name.c_str(), static_cast<unsigned long long>(allocations));
 }
 
 } // namespace
@@ -43,8 +52,7 @@ int main()
             Count(std::string("library/") + ErvBench::RingNames[r] + '/' + conversion.name, rings[r],
                   conversion.convert);
         for (const ErvBench::Conversion& conversion : ErvBench::FloorConversions)
-            Count(std::string("floor/") + ErvBench::RingNames[r] + '/' + conversion.name, rings[r],
-                  conversion.convert);
+            Count(std::string("floor/") + ErvBench::RingNames[r] + '/' + conversion.name, rings[r], conversion.convert);
     }
     std::printf("%zu rings of %zu inputs counted\n", rings.size(), ErvBench::RingSize);
     return 0;

@@ -5,8 +5,8 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
 #include <iostream>
+#include <iterator>
 #include <random>
 
 namespace ErvBench {
@@ -109,9 +109,10 @@ std::vector<Ring> BuildRings()
                              [](Engine& e, std::size_t) { return AVOVALUE::Word(static_cast<std::uint16_t>(e())); }));
     rings.push_back(MakeRing("9.001", KNXDPT{16, 9, 1},
                              [](Engine& e, std::size_t i) { return AVOVALUE::Float(Float16Value(e, i)); }));
-    rings.push_back(MakeRing("10.001", KNXDPT{24, 10, 1},
-                             [](Engine& e, std::size_t) { return Clock(ivtTime, TimeOfDay(e)); }));
-    rings.push_back(MakeRing("11.001", KNXDPT{24, 11, 1}, [](Engine& e, std::size_t) { return Clock(ivtDate, Date(e)); }));
+    rings.push_back(
+        MakeRing("10.001", KNXDPT{24, 10, 1}, [](Engine& e, std::size_t) { return Clock(ivtTime, TimeOfDay(e)); }));
+    rings.push_back(
+        MakeRing("11.001", KNXDPT{24, 11, 1}, [](Engine& e, std::size_t) { return Clock(ivtDate, Date(e)); }));
     rings.push_back(MakeRing("13.001", KNXDPT{32, 13, 1},
                              [](Engine& e, std::size_t) { return AVOVALUE::Integer(SignedOfAnyWidth(e)); }));
     rings.push_back(MakeRing("14.056", KNXDPT{32, 14, 56},

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Instructions per call of each conversion, counted with callgrind, against a baseline file.
 #   perf-count.sh check  PERFCOUNT BASELINE   fails when a library conversion grew by more than 5 %
+#                                             (or when any conversion allocates)
 #   perf-count.sh update PERFCOUNT BASELINE   writes the counts as the new baseline
 # PERFCOUNT is the ervom_perfcount binary: it dumps "<name> 1" after one pass over a ring and
 # "<name> 2" after two; their difference over the ring's size is one call. Counts are exact and
@@ -16,6 +17,11 @@ valgrind --tool=callgrind --callgrind-out-file="$work/cg.%p" "$perfcount" >"$wor
     cat "$work/log" >&2
     exit 1
 }
+# A conversion allocates nothing, under any baseline.
+if grep -E '^allocations .* [1-9][0-9]*$' "$work/log"; then
+    echo "conversions above allocate on the heap; they must not" >&2
+    exit 1
+fi
 # name passes instructions, one line per dump
 for f in $(ls "$work"/cg.*.* | awk -F. '{ print $NF, $0 }' | sort -n | cut -d' ' -f2); do
     awk '/^desc: Trigger: Client Request: / { sub(/^desc: Trigger: Client Request: /, ""); name = $0 }
