@@ -7,6 +7,7 @@
 #   make tsan    the messaging tests, stress test included, built with ThreadSanitizer
 #   make armhf   cross build for the 32-bit ARM controller, tests under qemu-arm
 #   make bench   Release build of the benchmarks, with repetitions
+#   make perf-baseline    accept the instructions per conversion counted now (after reviewing them)
 #   make fuzz    the libFuzzer targets (clang, ASan and UBSan), each for FUZZ_SECONDS
 #   make install          install into PREFIX (default /usr/local; DESTDIR works as usual)
 #   make package          the Debian packages for this machine (amd64), checked
@@ -90,7 +91,7 @@ define configure
 	fi
 endef
 
-.PHONY: run test asan tsan armhf bench fuzz clean deps deps-armhf deps-fuzz configure install package package-armhf abi-update
+.PHONY: run test asan tsan armhf bench perf-baseline fuzz clean deps deps-armhf deps-fuzz configure install package package-armhf abi-update
 
 deps:
 	@scripts/install-deps.sh host
@@ -159,6 +160,11 @@ bench: deps
 	$(call configure,$(BUILD_RELEASE),$(RELEASE_ARGS))
 	cmake --build $(BUILD_RELEASE) --parallel $(JOBS) --target ervom_bench
 	$(BUILD_RELEASE)/bench/ervom_bench $(BENCH_ARGS)
+
+# The counts are taken in the make test tree, whose build the CI check (ctest -L perf) uses too.
+perf-baseline: configure
+	cmake --build $(BUILD) --parallel $(JOBS) --target ervom_perfcount
+	scripts/perf-count.sh update $(BUILD)/bench/ervom_perfcount bench/perf-baseline.txt
 
 fuzz: deps-fuzz
 	$(call configure,$(BUILD_FUZZ),$(FUZZ_ARGS))

@@ -250,6 +250,11 @@ boost::optional<KnxStack::GroupValue> AvoValueToGroupValue(const AVOVALUE& value
         case Format::Float32: groupValue.SetAsFloat32(static_cast<float>(value.GetDouble())); break;
         case Format::String14: {
             const std::string& text = value.GetString();
+            // Plain ASCII is its own Latin-1: the common text needs neither validation nor recoding.
+            if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+                groupValue.SetAsString14(text);
+                break;
+            }
             if (!utf8::is_valid(text.begin(), text.end())) {
                 ERV_LOG_ERROR("Got AVOVALUE that contains a non-UTF8 string");
                 return boost::none;

@@ -24,6 +24,17 @@ constexpr std::uint32_t TimeOfDayReservedBits = 0x00C0C0;
 // Octet 6 of a DPT 19.001 value: of its flags only NWD, "working-day field not valid".
 constexpr unsigned char DateTimeFlags = 0x20;
 
+// Octets 1 to 3 with octet 1 most significant, as BinaryData reads them; in place when all three
+// are there (the converter runs on every telegram), through the reader otherwise.
+std::uint32_t ThreeOctets(const KnxStack::GroupValue& grp)
+{
+    const KnxStack::BinaryData& raw = grp.GetRawData();
+    if (raw.GetLength() < 3)
+        return raw.GetUInt24Value(0);
+    const unsigned char* octets = raw.GetData();
+    return std::uint32_t{octets[0]} << 16 | std::uint32_t{octets[1]} << 8 | octets[2];
+}
+
 bool YearOutside(unsigned short year, unsigned int first, unsigned int last)
 {
     return static_cast<unsigned int>(year) - first > last - first;
@@ -115,7 +126,7 @@ bool KnxConverterDate::FromKnxValue(const KNXDPT& dpt, const KnxStack::GroupValu
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 11 && dpt.subNumber != 1)
         ERV_REJECT("Wrong DPT main number (11.001)!");
-    if ((grp.GetRawData().GetUInt24Value(0) & DateReservedBits) != 0)
+    if ((ThreeOctets(grp) & DateReservedBits) != 0)
         ERV_REJECT("No valid Date datagram, reserved fields are not zero!");
     int year = 0;
     int month = 0;
@@ -158,7 +169,7 @@ bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1)
         ERV_REJECT("Wrong DPT main number (10.001)!");
-    if ((grp.GetRawData().GetUInt24Value(0) & TimeOfDayReservedBits) != 0)
+    if ((ThreeOctets(grp) & TimeOfDayReservedBits) != 0)
         ERV_REJECT("No valid TimeOfDay datagram, reserved fields are not zero!");
     int hour = 0;
     int minute = 0;

@@ -2,6 +2,9 @@
 
 #include "ErvObjectModel/KnxConverterDetail.h"
 
+#include <boost/optional.hpp>
+
+#include <algorithm>
 #include <array>
 #include <cfloat>
 #include <cstddef>
@@ -293,6 +296,17 @@ constexpr DefaultForValueTypeRow DefaultForValueTypeTable[] = {
     {ivtString,   112,       8,  16,   0}, // bit size 8 for a 14-octet string: hosts depend on it, kept
 };
 
+// The entry of one main number's index for a sub number: the explicit one, else the wildcard (null
+// when there is none). A template only so that it may take the map's private index type.
+template <class MainIndex>
+const DptValueEntry* LookUp(const MainIndex& main, std::uint16_t subNumber)
+{
+    for (const auto& sub : main.subs)
+        if (sub.first == subNumber)
+            return sub.second;
+    return main.wildcard;
+}
+
 } // namespace
 
 // DptValueEntry ---------------------------------------------------------------------------------
@@ -327,31 +341,56 @@ const DptValueEntry& GetDefaultDptValueEntry()
 
 DptValueMap::~DptValueMap() = default;
 
-void DptValueMap::Clear() { m_entries.clear(); }
+void DptValueMap::Clear()
+{
+    m_entries.clear();
+    m_index.clear();
+}
 
 bool DptValueMap::Insert(DptValueEntry entry)
 {
     const KNXDPT dpt = entry.GetDpt();
-    return m_entries[dpt.mainNumber].emplace(dpt.subNumber, std::move(entry)).second;
+    const auto inserted = m_entries[dpt.mainNumber].emplace(dpt.subNumber, std::move(entry));
+    if (!inserted.second)
+        return false;
+    if (dpt.mainNumber < IndexedMains) {
+        if (m_index.size() <= dpt.mainNumber)
+            m_index.resize(dpt.mainNumber + 1u);
+        MainIndex& main = m_index[dpt.mainNumber];
+        if (dpt.subNumber == 0)
+            main.wildcard = &inserted.first->second;
+        else
+            main.subs.emplace_back(dpt.subNumber, &inserted.first->second);
+    }
+    return true;
 }
 
 const DptValueEntry* DptValueMap::FindEntry(const KNXDPT& dpt) const
 {
-    const auto main = m_entries.find(dpt.mainNumber);
-    if (main == m_entries.end())
+    if (dpt.mainNumber < m_index.size())
+        return LookUp(m_index[dpt.mainNumber], dpt.subNumber);
+    if (dpt.mainNumber < IndexedMains)
         return nullptr;
-    const auto& subs = main->second;
-    auto sub = subs.find(dpt.subNumber);
-    if (sub != subs.end())
-        return &sub->second;
-    if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
-        return &sub->second;
-    return nullptr;
+    // Out of line, so that the indexed lookup above stays small enough to inline into the conversions.
+    return [&]() __attribute__((noinline, cold)) -> const DptValueEntry* {
+        const auto main = m_entries.find(dpt.mainNumber);
+        if (main == m_entries.end())
+            return nullptr;
+        const auto& subs = main->second;
+        auto sub = subs.find(dpt.subNumber);
+        if (sub != subs.end())
+            return &sub->second;
+        if (dpt.subNumber != 0 && (sub = subs.find(0)) != subs.end())
+            return &sub->second;
+        return nullptr;
+    }();
 }
 
 const DptValueEntry& DptValueMap::GetEntry(const KNXDPT& dpt) const
 {
-    if (const DptValueEntry* entry = FindEntry(dpt))
+    // The indexed case spelled out here as well, so that it inlines into the conversions.
+    if (const DptValueEntry* entry =
+            dpt.mainNumber < m_index.size() ? LookUp(m_index[dpt.mainNumber], dpt.subNumber) : FindEntry(dpt))
         return *entry;
     ERV_LOG_ERROR("No Entry found for DPT = " << dpt);
     return GetDefaultDptValueEntry();
@@ -463,12 +502,12 @@ bool KnxValueConverter::FromKnxValue(KNXDPT& dpt, const KnxStack::GroupValue& gr
     const std::uint32_t expected = GetExpectedBitSize(dpt.mainNumber);
     const std::uint32_t actual = grp.GetDefinedSize();
     const KnxStack::GroupValue* input = &grp;
-    KnxStack::GroupValue resized;
+    boost::optional<KnxStack::GroupValue> resized; // built only when needed: it is 40 bytes to clear
     if (expected < 7 && actual < 7) {
         // Sub-byte values are not compared: the bytes are read as a value of the DPT's own size.
         if (actual != expected) {
-            resized = KnxStack::GroupValue(grp.GetRawData(), expected);
-            input = &resized;
+            resized.emplace(grp.GetRawData(), expected);
+            input = &*resized;
         }
     } else if (expected != actual && expected != VariableBitSize) {
         ERV_REJECT("Failed to convert a GroupValue for DPT " << dpt << " because of unexpected bit size: "

@@ -24,6 +24,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Erv {
 
@@ -92,7 +94,19 @@ public:
     }
 
 private:
+    // The entries of one main number, for the lookup: its wildcard and its explicit sub numbers.
+    struct MainIndex {
+        const DptValueEntry* wildcard = nullptr;
+        std::vector<std::pair<std::uint16_t, const DptValueEntry*>> subs;
+    };
+    // Main numbers below this are looked up by index, the rare others in the maps.
+    static constexpr std::size_t IndexedMains = 1024;
+
+    // The entries in order of (main, sub); their nodes never move, so the index may point into them.
     std::map<std::uint16_t, std::map<std::uint16_t, DptValueEntry>> m_entries;
+    // By main number, up to the highest one present: a lookup is an index and a short scan, where
+    // the nested maps cost two searches.
+    std::vector<MainIndex> m_index;
 };
 
 // The entry a failed lookup returns: created on first use, shared by every map.

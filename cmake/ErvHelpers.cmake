@@ -41,6 +41,9 @@ function(erv_add_library name)
   target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${generated}>)
   install(FILES ${generated}/${ARG_EXPORT_HEADER} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder}
     COMPONENT Development)
+  # Nobody interposes our exported functions, so calls between them inside the library may be
+  # direct and inlined instead of going through the PLT (the bus path crosses several).
+  target_compile_options(${name} PRIVATE -fno-semantic-interposition)
   erv_target_defaults(${name})
 endfunction()
 

@@ -12,6 +12,8 @@ host_pkgs=(cmake make g++ pkg-config
   libboost-timer-dev libboost-filesystem-dev libboost-program-options-dev
   liblog4cplus-dev librapidxml-dev libutfcpp-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # instructions per conversion are counted under callgrind (ctest -L perf)
+  valgrind
   # a second compiler for the installed headers, as some host teams use it
   clang-14
   # ervom's live bus: the daemon and its tools for the tests, the client library to build against

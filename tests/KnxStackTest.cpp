@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <iomanip>
 #include <limits>
 #include <sstream>
 #include <tuple>
@@ -91,6 +92,40 @@ TEST(Float16, EncodesAndDecodesGoldenPatterns)
         GroupValue value;
         EXPECT_THROW(value.SetAsFloat16(tooLarge), GroupValueException) << tooLarge;
     }
+}
+
+// A value is a tie only when the decimal it was written as lies exactly halfway between two
+// mantissas; then the even one wins. A value a hair beside a tie point rounds to the nearer side,
+// however close binary puts it. Worked out by hand from the decimal: 491683.84 * 100 / 2^15 is
+// 1500.5 exactly, so 491683.8401 is 1500.500003 (7D DD) and 492011.5199 is 1501.499997 (7D DD);
+// 245841.9201 is 1500.500001 at E = 14; 20.465 and 40.93 are 2046.5 at E = 0 and E = 1; 0.015 is
+// 1.5 at E = 0; -670924.8 is -2047.5 at E = 15 and goes to the even -2048.
+// clang-format off
+const std::tuple<double, const char*> Float16NearTies[] = {
+    // E = 0
+    {0.015, "00 02"}, {-0.015, "87 FE"}, {0.0150000001, "00 02"}, {-0.0149999999, "87 FF"},
+    {20.465, "07 FE"}, {20.4650000001, "07 FF"}, {-20.465, "80 02"}, {-20.4649999999, "80 02"},
+    // E = 1
+    {40.93, "0F FE"}, {40.9300000001, "0F FF"}, {-40.9299999999, "88 02"},
+    // E = 7
+    {1920.64, "3D DC"}, {1920.6400001, "3D DD"}, {-1920.64, "BA 24"}, {-1920.6399999, "BA 24"},
+    // E = 14
+    {245841.92, "75 DC"}, {245841.9201, "75 DD"}, {-245841.9199, "F2 24"},
+    // E = 15
+    {491683.84, "7D DC"}, {491683.8401, "7D DD"}, {-491683.84, "FA 24"}, {-491683.8401, "FA 23"},
+    {492011.5199, "7D DD"}, {492011.52, "7D DE"}, {-670924.8, "F8 00"}, {-671252.48, "F8 00"},
+};
+// clang-format on
+
+TEST(Float16, RoundsToTheNearestMantissaAndOnlyRealDecimalTiesToEven)
+{
+    for (const auto& [value, bus] : Float16NearTies) {
+        GroupValue encoded;
+        encoded.SetAsFloat16(value);
+        EXPECT_EQ(encoded, Bus(16, bus)) << std::setprecision(17) << value;
+    }
+    GroupValue value;
+    EXPECT_THROW(value.SetAsFloat16(-671252.4801), GroupValueException); // just past -2048.5 at E = 15
 }
 
 // Canonical words (E = 0, or 2 * M would not fit at E - 1; zero only as 00 00) come back

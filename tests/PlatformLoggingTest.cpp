@@ -5,8 +5,12 @@
 #include "LogCapture.h"
 
 #include <gmock/gmock.h>
+#include <log4cplus/configurator.h>
+#include <log4cplus/hierarchy.h>
 
 #include <atomic>
+#include <functional>
+#include <sstream>
 #include <thread>
 #include <tuple>
 
@@ -50,6 +54,41 @@ TEST(Logging, DisabledLevelBuildsNoText)
     ERV_LOG_DEBUG("never " << StreamCounter{&writes});
     ERV_LOG_INFO("once " << StreamCounter{&writes});
     EXPECT_EQ(writes, 1);
+}
+
+// A level a host changes while running, on the logger, by loading a configuration again or with
+// the hierarchy's threshold, counts from the very next line: the level test keeps no copy of it.
+TEST(Logging, LevelChangedAtRunTimeCountsAtOnce)
+{
+    log4cplus::Logger& logger = Erv::GetGlobalDefaultLogger();
+    const log4cplus::SharedAppenderPtrList appenders = logger.getAllAppenders(); // a configuration drops them
+    const auto configure = [](const char* rootLogger) {
+        std::istringstream properties(std::string("log4cplus.rootLogger=") + rootLogger +
+                                      ", null\nlog4cplus.appender.null=log4cplus::NullAppender\n");
+        log4cplus::PropertyConfigurator(properties).configure();
+    };
+    log4cplus::Hierarchy& hierarchy = log4cplus::Logger::getDefaultHierarchy();
+    const std::tuple<const char*, std::function<void()>, log4cplus::LogLevel, bool> steps[] = {
+        {"logger at INFO", [&] { logger.setLogLevel(log4cplus::INFO_LOG_LEVEL); }, log4cplus::DEBUG_LOG_LEVEL, false},
+        {"logger at DEBUG", [&] { logger.setLogLevel(log4cplus::DEBUG_LOG_LEVEL); }, log4cplus::DEBUG_LOG_LEVEL, true},
+        {"logger at ERROR", [&] { logger.setLogLevel(log4cplus::ERROR_LOG_LEVEL); }, log4cplus::WARN_LOG_LEVEL, false},
+        {"configured DEBUG", [&] { configure("DEBUG"); }, log4cplus::DEBUG_LOG_LEVEL, true},
+        {"configured WARN", [&] { configure("WARN"); }, log4cplus::INFO_LOG_LEVEL, false},
+        {"configured WARN", [] {}, log4cplus::WARN_LOG_LEVEL, true},
+        {"threshold WARN", [&] { hierarchy.disable(log4cplus::WARN_LOG_LEVEL); }, log4cplus::WARN_LOG_LEVEL, false},
+        {"threshold WARN", [] {}, log4cplus::ERROR_LOG_LEVEL, true},
+        {"no threshold", [&] { hierarchy.enableAll(); }, log4cplus::WARN_LOG_LEVEL, true},
+    };
+    for (const auto& [what, change, level, built] : steps) {
+        change();
+        int writes = 0;
+        ERV_LOG(level, "line " << StreamCounter{&writes});
+        EXPECT_EQ(writes, built ? 1 : 0) << what << ", a line at " << level;
+    }
+    logger.removeAllAppenders();
+    for (const auto& appender : appenders)
+        logger.addAppender(appender);
+    logger.setLogLevel(log4cplus::INFO_LOG_LEVEL);
 }
 
 // The threads log at once, each at depth one with its number as the context: both are per thread.

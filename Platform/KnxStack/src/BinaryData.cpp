@@ -28,6 +28,13 @@ BinaryData::BinaryData(const unsigned char* data, std::size_t length)
 
 std::uint32_t BinaryData::ReadBigEndian(std::size_t index, std::size_t width) const
 {
+    if (index + width <= m_length) {
+        // The whole number is there: no bounds to weigh per byte.
+        std::uint32_t value = 0;
+        for (std::size_t i = 0; i < width; ++i)
+            value = (value << 8) | m_bytes[index + i];
+        return value;
+    }
     if (index >= m_length)
         ThrowOutOfRange("BinaryData read", index, m_length);
     // A short buffer is taken as the low-order end of the number: the sender dropped leading bytes.

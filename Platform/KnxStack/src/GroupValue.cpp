@@ -1,6 +1,7 @@
 #include "KnxStack/GroupValue.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -11,25 +12,78 @@ namespace KnxStack {
 
 namespace {
 
-constexpr int Float16MantissaMin = -2048;
-constexpr int Float16MantissaMax = 2047;
 constexpr int Float16ExponentMax = 15;
 constexpr std::uint16_t Float16Invalid = 0x7FFF;
 constexpr std::size_t String14Length = 14;
 
-// Spelled out instead of std::nearbyint so that the result does not depend on the FPU rounding
-// mode some other code on the box may have left behind.
-double RoundHalfToEven(double x)
+// 2^-E and 2^E for the exponents an encoding may try (one past the largest, where -2048 at the
+// largest is still in reach). Scaling by them is exact, unlike a division by 100.
+constexpr double Float16Down[Float16ExponentMax + 2] = {
+    1.0, 0x1p-1, 0x1p-2, 0x1p-3, 0x1p-4, 0x1p-5, 0x1p-6, 0x1p-7, 0x1p-8,
+    0x1p-9, 0x1p-10, 0x1p-11, 0x1p-12, 0x1p-13, 0x1p-14, 0x1p-15, 0x1p-16};
+constexpr double Float16Up[Float16ExponentMax + 1] = {
+    1.0, 0x1p1, 0x1p2, 0x1p3, 0x1p4, 0x1p5, 0x1p6, 0x1p7, 0x1p8, 0x1p9, 0x1p10, 0x1p11, 0x1p12, 0x1p13, 0x1p14,
+    0x1p15};
+
+// How far from a tie point (in units of the mantissa) a product value * 100 may land although the
+// value lies exactly on it, or on the other side: the product's rounding error plus the distance
+// between a double and its shortest decimal form, both below 2^-41 for mantissas under 4096. With
+// margin; closer calls are settled in decimal.
+constexpr double Float16TieZone = 0x1p-36;
+
+// Compares 2 * 100 * (the shortest decimal form of `value`) with `twiceTie`, an integer: -1, 0, 1.
+// Only called near a tie point, so both sides are of similar size and fit in 64 bits.
+int CompareShortestDecimal(double value, std::uint64_t twiceTie)
 {
-    const double below = std::floor(x);
-    const double fraction = x - below;
-    if (fraction > 0.5)
-        return below + 1.0;
-    if (fraction < 0.5)
-        return below;
-    return std::fmod(below, 2.0) == 0.0 ? below : below + 1.0;
+    char text[32];
+    const auto written = std::to_chars(text, text + sizeof text, value, std::chars_format::scientific);
+    // "[-]d[.ddd]e[+-]xx": the digits as one integer, and the power of ten that scales it.
+    std::uint64_t digits = 0;
+    int count = 0;
+    const char* p = text;
+    if (*p == '-')
+        ++p;
+    for (; p != written.ptr && *p != 'e'; ++p) {
+        if (*p != '.') {
+            digits = digits * 10 + static_cast<unsigned>(*p - '0');
+            ++count;
+        }
+    }
+    int power = 0;
+    std::from_chars(p + 1 + (p[1] == '+'), written.ptr, power);
+    power += 2 - (count - 1); // times 100, less the digits after the point
+    std::uint64_t left = 2 * digits;
+    std::uint64_t right = twiceTie;
+    for (; power > 0; --power) {
+        if (left > right)
+            return 1;
+        left *= 10;
+    }
+    for (; power < 0; ++power) {
+        if (right > left)
+            return -1;
+        right *= 10;
+    }
+    return left < right ? -1 : left > right ? 1 : 0;
 }
 
+// The magnitude of the mantissa nearest to |value| * 100 / 2^E, ties to even. `scaled` is
+// |value * 100| * 2^-E as computed in binary, below 4096.
+std::uint32_t NearestMantissa(double value, double scaled, int exponent)
+{
+    const auto whole = static_cast<std::uint32_t>(scaled);
+    const double fromHalf = (scaled - whole) - 0.5; // both steps exact
+    if (fromHalf > Float16TieZone)
+        return whole + 1;
+    if (fromHalf < -Float16TieZone)
+        return whole;
+    // Near a tie point binary cannot tell: a value is a tie only when its shortest decimal form,
+    // the text it was written as, lies exactly halfway.
+    const int side = CompareShortestDecimal(value, (2 * std::uint64_t{whole} + 1) << exponent);
+    return side > 0 || (side == 0 && (whole & 1) != 0) ? whole + 1 : whole;
+}
+
+// 0.01 * M * 2^E with the smallest E in 0..15 for which the nearest M fits into -2048..2047.
 std::uint16_t EncodeFloat16(double value)
 {
     if (std::isnan(value))
@@ -37,27 +91,38 @@ std::uint16_t EncodeFloat16(double value)
     if (!std::isfinite(value))
         throw GroupValueException("SetAsFloat16: " + std::to_string(value) + " cannot be held in a 2-octet float");
 
-    // 32.23 * 100 is 3222.9999999999995 in binary; without the snap, that decimal tie between the
-    // mantissas 1611 and 1612 at E = 1 would round down instead of to even.
-    double hundredths = value * 100.0;
-    const double nearest = std::round(hundredths);
-    if (std::fabs(hundredths - nearest) <= 1e-9 * std::max(1.0, std::fabs(hundredths)))
-        hundredths = nearest;
-
-    for (int exponent = 0; exponent <= Float16ExponentMax; ++exponent) {
-        // Scaling by a power of two is exact, so the only rounding is the one below.
-        const double mantissa = RoundHalfToEven(std::ldexp(hundredths, -exponent));
-        if (mantissa < Float16MantissaMin || mantissa > Float16MantissaMax)
-            continue;
-        // The sign comes from the integer, so -0 and tiny negatives give 00 00, never 80 00
-        // (which reads as -20.48).
-        const int m = static_cast<int>(mantissa);
-        const unsigned sign = m < 0 ? 0x8000u : 0u;
-        return static_cast<std::uint16_t>(sign | static_cast<unsigned>(exponent) << 11 |
-                                          (static_cast<unsigned>(m) & 0x07FFu));
+    const double magnitude = std::fabs(value * 100.0);
+    const bool negative = value < 0.0;
+    // The exponent that brings the magnitude into [1024, 2048), read from the double's own.
+    int exponent = 0;
+    if (magnitude >= 2048.0) {
+        std::uint64_t bits;
+        std::memcpy(&bits, &magnitude, sizeof bits);
+        exponent = static_cast<int>(bits >> 52) - 1023 - 10;
     }
-    throw GroupValueException("SetAsFloat16: " + std::to_string(value) +
-                              " is outside the range of a 2-octet float [-671088.64, 670760.96]");
+    if (exponent > Float16ExponentMax + 1)
+        throw GroupValueException("SetAsFloat16: " + std::to_string(value) +
+                                  " is outside the range of a 2-octet float [-671088.64, 670760.96]");
+    std::uint32_t mantissa = NearestMantissa(value, magnitude * Float16Down[exponent], exponent);
+    if (mantissa == 2048 && !negative) {
+        // Rounded up out of the binade: -2048 fits, +2048 does not.
+        ++exponent;
+        mantissa = 1024;
+    } else if (mantissa == 1024 && negative && exponent > 0) {
+        // -2048 one exponent lower may still be the nearest.
+        const std::uint32_t lower = NearestMantissa(value, magnitude * Float16Down[exponent - 1], exponent - 1);
+        if (lower == 2048) {
+            --exponent;
+            mantissa = lower;
+        }
+    }
+    if (exponent > Float16ExponentMax)
+        throw GroupValueException("SetAsFloat16: " + std::to_string(value) +
+                                  " is outside the range of a 2-octet float [-671088.64, 670760.96]");
+    // The sign comes from the mantissa, so -0 and tiny negatives give 00 00, never 80 00
+    // (which reads as -20.48).
+    const std::uint32_t m = negative && mantissa != 0 ? 4096 - mantissa : mantissa;
+    return static_cast<std::uint16_t>((m & 0x800u) << 4 | static_cast<unsigned>(exponent) << 11 | (m & 0x07FFu));
 }
 
 double DecodeFloat16(std::uint16_t word)
@@ -66,8 +131,9 @@ double DecodeFloat16(std::uint16_t word)
     if (word & 0x8000)
         mantissa -= 2048;
     const int exponent = (word >> 11) & 0x0F;
-    // ldexp is exact, so the single division gives the double nearest to the decimal value.
-    return std::ldexp(mantissa, exponent) / 100.0;
+    // Scaling by a power of two is exact, so the single division gives the double nearest to the
+    // decimal value.
+    return mantissa * Float16Up[exponent] / 100.0;
 }
 
 // Two's complement reinterpretation, spelled out to stay clear of implementation-defined casts.
@@ -96,6 +162,16 @@ std::string BitsAndBytes(unsigned bits, std::size_t bytes)
     return std::to_string(bits) + " bits and " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes");
 }
 
+// Kept out of the getters, so that their common path stays a compare and a load. `bits` 0 stands
+// for the sub-byte getters' 1 to 8 bits.
+[[noreturn]] [[gnu::noinline, gnu::cold]] void ThrowSizeMismatch(const char* getter, unsigned bits, std::size_t bytes,
+                                                                  unsigned definedSize, std::size_t length)
+{
+    const std::string needs = bits == 0 ? "1 to 8 bits and 1 byte" : BitsAndBytes(bits, bytes);
+    throw GroupValueException(std::string(getter) + " needs " + needs + ", the value has " +
+                              BitsAndBytes(definedSize, length));
+}
+
 } // namespace
 
 GroupValueException::~GroupValueException() = default;
@@ -119,18 +195,15 @@ void GroupValue::Set(unsigned int bits, const unsigned char* bytes, std::size_t 
 
 const unsigned char* GroupValue::Bytes(unsigned int bits, const char* getter) const
 {
-    const std::size_t needed = bits / 8;
-    if (m_definedSize != bits || m_data.GetLength() < needed)
-        throw GroupValueException(std::string(getter) + " needs " + BitsAndBytes(bits, needed) + ", the value has " +
-                                  BitsAndBytes(m_definedSize, m_data.GetLength()));
+    if (m_definedSize != bits || m_data.GetLength() < bits / 8)
+        ThrowSizeMismatch(getter, bits, bits / 8, m_definedSize, m_data.GetLength());
     return m_data.GetData();
 }
 
 unsigned char GroupValue::LowBits(unsigned int width, const char* getter) const
 {
     if (m_definedSize < 1 || m_definedSize > 8 || m_data.GetLength() < 1)
-        throw GroupValueException(std::string(getter) + " needs 1 to 8 bits and 1 byte, the value has " +
-                                  BitsAndBytes(m_definedSize, m_data.GetLength()));
+        ThrowSizeMismatch(getter, 0, 1, m_definedSize, m_data.GetLength());
     return static_cast<unsigned char>(m_data.GetData()[0] & ((1u << width) - 1u));
 }
 

@@ -10,7 +10,9 @@
 
 #include <log4cplus/logger.h>
 #include <log4cplus/loglevel.h>
+#include <log4cplus/spi/loggerimpl.h>
 
+#include <atomic>
 #include <sstream>
 #include <string>
 
@@ -85,6 +87,41 @@ private:
 };
 
 namespace detail {
+// The level a logger has been given itself, read where log4cplus keeps it (NOT_SET when it
+// inherits one). Read, never copied, so a level set later, on the logger or by a reloaded
+// configuration, counts from the next call on.
+struct LoggerLevel : log4cplus::Logger {
+    struct Impl : log4cplus::spi::LoggerImpl {
+        static log4cplus::LogLevel Own(const log4cplus::spi::LoggerImpl& impl) { return impl.*(&Impl::ll); }
+    };
+    static const log4cplus::spi::LoggerImpl* ImplOf(const log4cplus::Logger& logger)
+    {
+        return logger.*(&LoggerLevel::value);
+    }
+};
+
+// Where the global logger keeps its state, found on the first test (once per module). The object
+// lives as long as the logger and never moves; only where it is is kept, not what it holds.
+inline std::atomic<const log4cplus::spi::LoggerImpl*> GlobalLoggerImpl{nullptr};
+
+inline const log4cplus::spi::LoggerImpl& FindGlobalLoggerImpl()
+{
+    const log4cplus::spi::LoggerImpl* impl = GlobalLoggerImpl.load(std::memory_order_relaxed);
+    if (impl == nullptr) {
+        impl = LoggerLevel::ImplOf(GetGlobalDefaultLogger());
+        GlobalLoggerImpl.store(impl, std::memory_order_relaxed);
+    }
+    return *impl;
+}
+
+// Whether the global logger takes lines of `level`. Nothing enables a level below the logger's own,
+// so a disabled DEBUG line is settled by that comparison; any other line asks log4cplus (which also
+// applies the hierarchy's threshold).
+inline bool IsEnabled(log4cplus::LogLevel level)
+{
+    return level >= LoggerLevel::Impl::Own(FindGlobalLoggerImpl()) && GetGlobalDefaultLogger().isEnabledFor(level);
+}
+
 // Starts a line with context, signature, " - " and padding.
 ERVLOGGING_EXPORT void BeginLine(LogStream& line, const char* prettyFunction);
 ERVLOGGING_EXPORT void EmitLine(log4cplus::Logger& logger, log4cplus::LogLevel level, const LogStream& line, const char* file,
@@ -96,14 +133,19 @@ ERVLOGGING_EXPORT void EmitLine(log4cplus::Logger& logger, log4cplus::LogLevel l
 #define ERV_LOG(level, message) ERV_LOG_AS(level, __PRETTY_FUNCTION__, message)
 
 // For shared helpers that log on behalf of a caller: the line names `prettyFunction`.
+// The line is composed in a lambda kept out of line, so that the caller's common path is the level
+// test alone, without the frame a stream needs.
 #define ERV_LOG_AS(level, prettyFunction, message)                                                              \
     do {                                                                                                        \
-        ::log4cplus::Logger& ervLogger_ = ::Erv::GetGlobalDefaultLogger();                                      \
-        if (ervLogger_.isEnabledFor(level)) {                                                                   \
-            ::Erv::LogStream ervLine_;                                                                          \
-            ::Erv::detail::BeginLine(ervLine_, prettyFunction);                                                 \
-            ervLine_ << message;                                                                                \
-            ::Erv::detail::EmitLine(ervLogger_, level, ervLine_, __FILE__, __LINE__, prettyFunction);           \
+        if (::Erv::detail::IsEnabled(level)) {                                                                  \
+            const char* const ervFunction_ = (prettyFunction);                                                  \
+            [&]() __attribute__((noinline, cold)) {                                                             \
+                ::Erv::LogStream ervLine_;                                                                      \
+                ::Erv::detail::BeginLine(ervLine_, ervFunction_);                                               \
+                ervLine_ << message;                                                                            \
+                ::Erv::detail::EmitLine(::Erv::GetGlobalDefaultLogger(), level, ervLine_, __FILE__, __LINE__,   \
+                                        ervFunction_);                                                          \
+            }();                                                                                                \
         }                                                                                                       \
     } while (false)
 

@@ -8,8 +8,10 @@
 //    Signed16, Float16), 24 (Date, TimeOfDay), 32 (Unsigned32, Signed32, Float32) or 112 bits
 //    (String14).
 // Encodings: 2-octet float (DPT 9) is 0.01 * M * 2^E with M a 12-bit two's complement mantissa
-// and E in 0..15, the smallest E for which the rounded M fits, M rounded to nearest with ties to
-// even; NaN is the invalid-data pattern 7F FF; a value that rounds to M = 0 is 00 00. Multi-byte
+// and E in 0..15, the smallest E for which the rounded M fits, M the nearest mantissa; a value is a
+// tie only when its shortest decimal form (the shortest text that reads back as the same double)
+// lies exactly halfway, and ties go to even; NaN is the invalid-data pattern 7F FF; a value that
+// rounds to M = 0 is 00 00. Multi-byte
 // integers and the 4-octet float are big-endian. Time of day (DPT 10) has the weekday in the top
 // 3 bits of the first byte; date (DPT 11) carries a two-digit year, below 90 meaning 20xx. The
 // 14-octet string (DPT 16) is padded with zero bytes and cut at 14.
