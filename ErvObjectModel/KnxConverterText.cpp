@@ -35,6 +35,37 @@ std::uint32_t ThreeOctets(const KnxStack::GroupValue& grp)
     return std::uint32_t{octets[0]} << 16 | std::uint32_t{octets[1]} << 8 | octets[2];
 }
 
+struct BusTimeOfDay {
+    int hour = 0;
+    int minute = 0;
+    int second = 0;
+    KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
+};
+
+// Through the accessor, which refuses a value that is not 24 bits in 3 octets; out of the way of
+// the common path, so that its fields can stay in registers.
+[[gnu::noinline, gnu::cold]] BusTimeOfDay ReadTimeOfDayChecked(const KnxStack::GroupValue& grp)
+{
+    BusTimeOfDay clock;
+    grp.GetAsTimeOfDay(&clock.hour, &clock.minute, &clock.second, &clock.day);
+    return clock;
+}
+
+// A DPT 10.001 value from its octets already read (ThreeOctets) where the accessor would read
+// them: the day in the top three bits of octet 1, the hour in its low five, minute and second in
+// the low six of octets 2 and 3.
+BusTimeOfDay ReadTimeOfDay(const KnxStack::GroupValue& grp, std::uint32_t octets)
+{
+    if (grp.GetDefinedSize() != 24 || grp.GetRawData().GetLength() < 3)
+        return ReadTimeOfDayChecked(grp);
+    BusTimeOfDay clock;
+    clock.day = static_cast<KnxStack::GroupValue::DayOfWeek>(octets >> 21);
+    clock.hour = static_cast<int>(octets >> 16 & 0x1F);
+    clock.minute = static_cast<int>(octets >> 8 & 0x3F);
+    clock.second = static_cast<int>(octets & 0x3F);
+    return clock;
+}
+
 bool YearOutside(unsigned short year, unsigned int first, unsigned int last)
 {
     return static_cast<unsigned int>(year) - first > last - first;
@@ -169,20 +200,16 @@ bool KnxConverterTimeOfDay::FromKnxValue(const KNXDPT& dpt, const KnxStack::Grou
     ERV_TRACE_FROM_KNX(dpt, grp);
     if (dpt.mainNumber != 10 && dpt.subNumber != 1)
         ERV_REJECT("Wrong DPT main number (10.001)!");
-    if ((ThreeOctets(grp) & TimeOfDayReservedBits) != 0)
+    const std::uint32_t octets = ThreeOctets(grp);
+    if ((octets & TimeOfDayReservedBits) != 0)
         ERV_REJECT("No valid TimeOfDay datagram, reserved fields are not zero!");
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    KnxStack::GroupValue::DayOfWeek day = KnxStack::GroupValue::NoDay;
-    grp.GetAsTimeOfDay(&hour, &minute, &second, &day);
-    const boost::optional<ErvApp::TimeOfDay> timeOfDay =
-        ErvApp::TimeOfDay::Create(hour, minute, second, static_cast<ErvApp::DayOfWeek>(day));
-    if (!timeOfDay)
+    const BusTimeOfDay clock = ReadTimeOfDay(grp, octets);
+    const auto weekday = static_cast<ErvApp::DayOfWeek>(clock.day);
+    if (!ErvApp::TimeOfDay::IsValid(clock.hour, clock.minute, clock.second, weekday))
         ERV_REJECT("No valid TimeOfDay (10.001)!");
-    const AVOVALUE dayTime = ToAvoValue(*timeOfDay, ivtDayTime);
-    val.ivt = dayTime.ivt;
-    val.Time() = dayTime.GetTime();
+    // What ToAvoValue(TimeOfDay) makes, written into the caller's value: runs on every telegram.
+    val.ivt = ivtDayTime;
+    detail::SetTimeOfDay(val.Time(), clock.hour, clock.minute, clock.second, weekday);
     return true;
 }
 ERV_CATCH_GROUP_VALUE_EXCEPTION

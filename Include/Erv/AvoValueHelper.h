@@ -56,17 +56,31 @@ ERV_DETAIL_TYPED_AVO_VALUE(std::string, AVOVALUE::String(v));
 #undef ERV_DETAIL_TYPED_AVO_VALUE
 } // namespace detail
 
-// A time of day has no date of its own: it is carried on 2000-01-01, time kind 1, not local.
+namespace detail {
+// A time of day has no date of its own: it is carried on 2000-01-01, time kind 1, not local, every
+// other field zero. Written in place, so that a bus converter builds no value around it; the
+// fields must be a valid time of day (ErvApp::TimeOfDay::IsValid).
+inline void SetTimeOfDay(AVOTIME& time, int hour, int minute, int second, ErvApp::DayOfWeek day)
+{
+    time = AVOTIME();
+    time.year = 2000;
+    time.month = 1;
+    time.day = 1;
+    time.hour = static_cast<unsigned char>(hour);
+    time.minute = static_cast<unsigned char>(minute);
+    time.second = static_cast<unsigned char>(second);
+    time.weekDays = static_cast<unsigned short>(ErvApp::ToAvoWeekday(day));
+    time.timeKind = 1;
+}
+} // namespace detail
+
 inline AVOVALUE ToAvoValue(const ErvApp::TimeOfDay& value, AvoValueType expectedType)
 {
     ERV_ASSERT2_AT("Include/Erv/AvoValueHelper", "62", expectedType == ivtDayTime);
-    AVOTIME time;
-    time.SetDateTime(2000, 1, 1, static_cast<unsigned char>(value.GetHour()),
-                     static_cast<unsigned char>(value.GetMinute()), static_cast<unsigned char>(value.GetSecond()),
-                     false);
-    time.weekDays = static_cast<unsigned short>(ErvApp::ToAvoWeekday(value.GetWeekday()));
-    time.timeKind = 1;
-    return AVOVALUE::Time(ivtDayTime, time);
+    AVOVALUE result;
+    result.ivt = ivtDayTime;
+    detail::SetTimeOfDay(result.Time(), value.GetHour(), value.GetMinute(), value.GetSecond(), value.GetWeekday());
+    return result;
 }
 
 // The time as local calendar time in the AVOTIME part, with the type the caller names (unchecked).

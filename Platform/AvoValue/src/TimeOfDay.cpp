@@ -4,9 +4,7 @@ namespace ErvApp {
 
 boost::optional<TimeOfDay> TimeOfDay::Create(int hour, int minute, int second, DayOfWeek day)
 {
-    const int dayNumber = static_cast<int>(day);
-    if (hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59 || dayNumber < NoDay ||
-        dayNumber > Sunday)
+    if (!IsValid(hour, minute, second, day))
         return boost::none;
     return TimeOfDay(hour, minute, second, day);
 }

@@ -28,6 +28,14 @@ class AVOVALUE_EXPORT TimeOfDay {
 public:
     // Empty unless hour 0..23, minute 0..59, second 0..59 and day 0..7.
     static boost::optional<TimeOfDay> Create(int hour, int minute, int second, DayOfWeek day);
+    // What Create accepts. Inline, for the bus converters, which write the fields in place and
+    // build no object around them.
+    static bool IsValid(int hour, int minute, int second, DayOfWeek day)
+    {
+        const int dayNumber = static_cast<int>(day);
+        return hour >= 0 && hour <= 23 && minute >= 0 && minute <= 59 && second >= 0 && second <= 59 &&
+               dayNumber >= NoDay && dayNumber <= Sunday;
+    }
 
     int GetHour() const { return m_hour; }
     int GetMinute() const { return m_minute; }
