@@ -123,8 +123,7 @@ using DefaultCreator = AVOVALUE (*)(AvoValueType ivt);
 AVOVALUE CreateDefaultValueEmpty(AvoValueType ivt)
 {
     const AVOVALUE emptyAvoValue;
-    // Named as the object model's source, whatever tree the library was built in.
-    ERV_ASSERT2_AT("ErvObjectModel/KnxLumMapping", ERV_DETAIL_STRINGIFY(__LINE__), emptyAvoValue.ivt == ivt);
+    ERV_ASSERT2(emptyAvoValue.ivt == ivt);
     return emptyAvoValue;
 }
 AVOVALUE CreateFalse(AvoValueType ivt) { return ToAvoValue<bool>(false, ivt); }

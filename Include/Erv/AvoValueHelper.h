@@ -63,12 +63,8 @@ namespace detail {
 inline void SetTimeOfDay(AVOTIME& time, int hour, int minute, int second, ErvApp::DayOfWeek day)
 {
     time = AVOTIME();
-    time.year = 2000;
-    time.month = 1;
-    time.day = 1;
-    time.hour = static_cast<unsigned char>(hour);
-    time.minute = static_cast<unsigned char>(minute);
-    time.second = static_cast<unsigned char>(second);
+    time.SetDateTime(2000, 1, 1, static_cast<unsigned char>(hour), static_cast<unsigned char>(minute),
+                     static_cast<unsigned char>(second), false);
     time.weekDays = static_cast<unsigned short>(ErvApp::ToAvoWeekday(day));
     time.timeKind = 1;
 }

@@ -80,7 +80,7 @@ bool operator!=(const function<R(Args...)>& f, std::nullptr_t)
 }
 
 // The assertion record names "Include/Erv/Function:87", whatever path a host includes this header
-// from: hosts search their logs for it. Keep the assertion on that line.
+// from: hosts search their logs for it.
 template <class R, class... Args>
 R function<R(Args...)>::operator()(Args... args) const
 {

@@ -11,10 +11,9 @@
 // and E in 0..15, the smallest E for which the rounded M fits, M the nearest mantissa; a value is a
 // tie only when its shortest decimal form (the shortest text that reads back as the same double)
 // lies exactly halfway, and ties go to even; NaN is the invalid-data pattern 7F FF; a value that
-// rounds to M = 0 is 00 00. Multi-byte
-// integers and the 4-octet float are big-endian. Time of day (DPT 10) has the weekday in the top
-// 3 bits of the first byte; date (DPT 11) carries a two-digit year, below 90 meaning 20xx. The
-// 14-octet string (DPT 16) is padded with zero bytes and cut at 14.
+// rounds to M = 0 is 00 00. Multi-byte integers and the 4-octet float are big-endian. Time of day
+// (DPT 10) has the weekday in the top 3 bits of the first byte; date (DPT 11) carries a two-digit
+// year, below 90 meaning 20xx. The 14-octet string (DPT 16) is padded with zero bytes and cut at 14.
 #pragma once
 
 #include "KnxStack/Export.h"
