@@ -78,6 +78,13 @@ TEST(Logging, LevelChangedAtRunTimeCountsAtOnce)
         {"threshold WARN", [&] { hierarchy.disable(log4cplus::WARN_LOG_LEVEL); }, log4cplus::WARN_LOG_LEVEL, false},
         {"threshold WARN", [] {}, log4cplus::ERROR_LOG_LEVEL, true},
         {"no threshold", [&] { hierarchy.enableAll(); }, log4cplus::WARN_LOG_LEVEL, true},
+        {"another logger",
+         [&] {
+             logger = log4cplus::Logger::getInstance("host");
+             logger.setLogLevel(log4cplus::DEBUG_LOG_LEVEL);
+         },
+         log4cplus::DEBUG_LOG_LEVEL, true},
+        {"root again, at WARN", [&] { logger = log4cplus::Logger::getRoot(); }, log4cplus::DEBUG_LOG_LEVEL, false},
     };
     for (const auto& [what, change, level, built] : steps) {
         change();

@@ -100,18 +100,19 @@ struct LoggerLevel : log4cplus::Logger {
     }
 };
 
-// Where the global logger keeps its state, found on the first test (once per module). The object
-// lives as long as the logger and never moves; only where it is is kept, not what it holds.
-inline std::atomic<const log4cplus::spi::LoggerImpl*> GlobalLoggerImpl{nullptr};
+// Where the global logger is, found on the first test (once per module): a static object that
+// never moves. Only its address is kept; what it holds (its logger, that logger's level) is read on
+// every test, so a host that assigns another logger to it or changes a level is heard at once.
+inline std::atomic<const log4cplus::Logger*> GlobalLogger{nullptr};
 
-inline const log4cplus::spi::LoggerImpl& FindGlobalLoggerImpl()
+inline const log4cplus::Logger& FindGlobalLogger()
 {
-    const log4cplus::spi::LoggerImpl* impl = GlobalLoggerImpl.load(std::memory_order_relaxed);
-    if (impl == nullptr) {
-        impl = LoggerLevel::ImplOf(GetGlobalDefaultLogger());
-        GlobalLoggerImpl.store(impl, std::memory_order_relaxed);
+    const log4cplus::Logger* logger = GlobalLogger.load(std::memory_order_relaxed);
+    if (logger == nullptr) {
+        logger = &GetGlobalDefaultLogger();
+        GlobalLogger.store(logger, std::memory_order_relaxed);
     }
-    return *impl;
+    return *logger;
 }
 
 // Whether the global logger takes lines of `level`. Nothing enables a level below the logger's own,
@@ -119,7 +120,8 @@ inline const log4cplus::spi::LoggerImpl& FindGlobalLoggerImpl()
 // applies the hierarchy's threshold).
 inline bool IsEnabled(log4cplus::LogLevel level)
 {
-    return level >= LoggerLevel::Impl::Own(FindGlobalLoggerImpl()) && GetGlobalDefaultLogger().isEnabledFor(level);
+    const log4cplus::Logger& logger = FindGlobalLogger();
+    return level >= LoggerLevel::Impl::Own(*LoggerLevel::ImplOf(logger)) && logger.isEnabledFor(level);
 }
 
 // Starts a line with context, signature, " - " and padding.
