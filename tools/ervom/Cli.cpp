@@ -148,4 +148,14 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
     return true;
 }
 
+bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
+                  po::variables_map& values, std::vector<std::string>& words)
+{
+    po::options_description hidden;
+    hidden.add_options()("args", po::value(&words));
+    po::positional_options_description positional;
+    positional.add("args", -1);
+    return ParseCommand(invocation, help, visible, hidden, positional, values);
+}
+
 } // namespace Ervom

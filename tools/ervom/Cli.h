@@ -89,6 +89,10 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
                   const po::options_description& hidden, const po::positional_options_description& positional,
                   po::variables_map& values);
 
+// ParseCommand for a command that takes a list of words after its options, handed back in `words`.
+bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
+                  po::variables_map& values, std::vector<std::string>& words);
+
 // The options' help as Boost lays it out, without the blanks it leaves at the ends of lines.
 std::string OptionsText(const po::options_description& options);
 

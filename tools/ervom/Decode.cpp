@@ -227,16 +227,11 @@ int RunDecode(const Invocation& invocation)
                                                      "where the bytes hold it, else 8 per byte)")
         ("timing", po::bool_switch(&timing), "with --batch: print the lines per second on standard error");
     // clang-format on
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
 
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (values.count("bits") && (bits == 0 || bits > 255))
         throw UsageError("--bits must be 1 to 255");
     Decoder decoder(byNumber, bits, *invocation.messages);

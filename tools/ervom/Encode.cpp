@@ -156,16 +156,11 @@ int RunEncode(const Invocation& invocation)
         ("serialized", po::bool_switch(&serialized), "VALUE is a serialised value, e.g. 3:21.5")
         ("bits", po::value(&bits)->value_name("N"), "with DPT 0: the size the library chooses the DPT for");
     // clang-format on
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
 
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.size() < 2)
         throw UsageError("give a DPT and a value, e.g. 'encode 9.001 21.5'");
     if (bits > 255)

@@ -245,15 +245,10 @@ int RunRead(const Invocation& invocation)
     live.AddTo(visible, false);
     visible.add_options()("timeout", po::value(&timeout)->value_name("S"),
                           "how long to wait for the response, in seconds (default 3)");
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, ReadHelp, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, ReadHelp, visible, values, args))
         return ExitSuccess;
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.empty() || args.size() > 2)
         throw UsageError("give a group address and, unless the map or --dpt has it, a DPT: 'read 1/2/3 9.001'");
     if (!(timeout > 0 && timeout < 1e6))
@@ -316,15 +311,10 @@ int RunWrite(const Invocation& invocation)
     LiveOptions live;
     po::options_description visible("Options");
     live.AddTo(visible, false);
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, WriteHelp, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, WriteHelp, visible, values, args))
         return ExitSuccess;
-    std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.size() < 2)
         throw UsageError("give a group address, a DPT unless the map or --dpt has it, and a value: "
                          "'write 1/2/3 9.001 21.5'");
