@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 namespace Ervom {
@@ -41,6 +42,16 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
          "configure log4cplus from a properties file");
     // clang-format on
     return common;
+}
+
+po::typed_value<std::string>* GaStyleValue(GaStyle& style)
+{
+    return po::value<std::string>()->value_name("3|2|free")->notifier([&style](const std::string& text) {
+        const std::optional<GaStyle> parsed = ParseGaStyle(text);
+        if (!parsed)
+            throw UsageError("--ga-style must be 3, 2 or free, not '" + text + "'");
+        style = *parsed;
+    });
 }
 
 namespace {

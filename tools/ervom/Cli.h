@@ -2,6 +2,8 @@
 // output formats, and the capture of the library's own log lines.
 #pragma once
 
+#include "GroupAddress.h"
+
 #include <boost/program_options.hpp>
 
 #include <log4cplus/appender.h>
@@ -61,6 +63,9 @@ struct CommonOptions {
 
 // Adds --help, --format, --log-level and --log-config.
 po::options_description CommonOptionsDescription(CommonOptions& options);
+// The value of --ga-style (3, 2 or free), read into `style`; anything else is a UsageError.
+po::typed_value<std::string>* GaStyleValue(GaStyle& style);
+
 // Applies --log-level or --log-config to log4cplus. Throws UsageError for an unknown level or an
 // unreadable file.
 void ConfigureLogging(const CommonOptions& options);

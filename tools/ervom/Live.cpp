@@ -21,7 +21,6 @@ struct LiveOptions {
     std::string url = DefaultKnxdUrl;
     std::string gaMapFile;
     std::vector<std::string> dpts;
-    std::string gaStyle = "3";
 
     GaMap map;
     DptChoice choice;
@@ -37,7 +36,7 @@ struct LiveOptions {
             ("dpt", po::value(&dpts)->value_name(dptForAll ? "[GA=]DPT" : "DPT"),
              dptForAll ? "decode GA's values as DPT, or without GA every address the map gives no DPT; repeatable"
                        : "the DPT, instead of the map's")
-            ("ga-style", po::value(&gaStyle)->value_name("3|2|free"),
+            ("ga-style", GaStyleValue(style),
              "how group addresses are shown: 1/2/3 (default), 1/515 or 2563");
         // clang-format on
     }
@@ -48,10 +47,6 @@ struct LiveOptions {
     {
         if (!IsKnxdUrl(url))
             throw UsageError("'" + url + "' is no knxd URL: write local:/path/to/socket or ip:HOST[:PORT]");
-        const std::optional<GaStyle> parsed = ParseGaStyle(gaStyle);
-        if (!parsed)
-            throw UsageError("--ga-style must be 3, 2 or free, not '" + gaStyle + "'");
-        style = *parsed;
         for (const std::string& dpt : dpts)
             choice.Add(dpt);
         if (!gaMapFile.empty()) {
