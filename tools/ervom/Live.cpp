@@ -4,7 +4,9 @@
 #include "Telegram.h"
 #include "ValueCodec.h"
 
+#include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <ctime>
 #include <iostream>
@@ -200,7 +202,8 @@ int RunMonitor(const Invocation& invocation)
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
             if (left <= 0)
                 break;
-            waitMs = static_cast<int>(left);
+            // --seconds goes past what an int of milliseconds holds; a shorter wait comes back here.
+            waitMs = static_cast<int>(std::min<long long>(left, INT_MAX));
         }
         // Lines go out as soon as nothing more is waiting, so that a pipe sees each telegram at
         // once while a burst still leaves in large writes.
@@ -218,6 +221,8 @@ int RunMonitor(const Invocation& invocation)
             PrintLine(table, line);
             continue;
         }
+        if (wait == BusConnection::Wait::Timeout)
+            continue; // the clock above says whether the time is up
         if (wait == BusConnection::Wait::Lost)
             status = ExitBus;
         break;
