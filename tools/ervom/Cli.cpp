@@ -2,6 +2,9 @@
 
 #include "ErvLogging/Logging.h"
 
+#include <boost/algorithm/string/join.hpp>
+#include <boost/range/iterator_range.hpp>
+
 #include <log4cplus/configurator.h>
 #include <log4cplus/consoleappender.h>
 #include <log4cplus/layout.h>
@@ -108,6 +111,12 @@ std::string OptionsText(const po::options_description& options)
         result.append(line).append("\n");
     }
     return result;
+}
+
+std::string JoinWords(const std::vector<std::string>& words, std::size_t first)
+{
+    return boost::algorithm::join(
+        boost::make_iterator_range(words.begin() + static_cast<std::ptrdiff_t>(first), words.end()), " ");
 }
 
 // Command parsing -----------------------------------------------------------------------------

@@ -98,6 +98,9 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
 bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
                   po::variables_map& values, std::vector<std::string>& words);
 
+// words[first], words[first + 1], ... joined with blanks: a value or the bytes typed as several words.
+std::string JoinWords(const std::vector<std::string>& words, std::size_t first);
+
 // The options' help as Boost lays it out, without the blanks it leaves at the ends of lines.
 std::string OptionsText(const po::options_description& options);
 

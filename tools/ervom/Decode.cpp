@@ -3,7 +3,6 @@
 #include "ValueCodec.h"
 #include "ValueText.h"
 
-
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -43,9 +42,7 @@ int DecodeOne(const Invocation& invocation, Decoder& decoder, const std::vector<
     if (args.size() < 2)
         throw UsageError("give a DPT and the payload bytes, e.g. 'decode 9.001 0C 1A'");
     const DptText dpt = ParseDptOrThrow(args[0]);
-    std::string hexText;
-    for (std::size_t i = 1; i < args.size(); ++i)
-        hexText.append(i > 1 ? " " : "").append(args[i]);
+    const std::string hexText = JoinWords(args, 1);
     std::vector<unsigned char> bytes;
     std::string error;
     if (!ParseHex(hexText, bytes, error))

@@ -166,9 +166,7 @@ int RunEncode(const Invocation& invocation)
     if (bits > 255)
         throw UsageError("--bits must be 0 to 255");
     const DptText dpt = ParseDptOrThrow(args[0]);
-    std::string valueText = args[1];
-    for (std::size_t i = 2; i < args.size(); ++i)
-        valueText.append(" ").append(args[i]);
+    const std::string valueText = JoinWords(args, 1);
     if (byNumber)
         return ByNumber(invocation, dpt, valueText, serialized);
     return ByTable(invocation, dpt, valueText, serialized, bits);

@@ -336,9 +336,7 @@ int RunWrite(const Invocation& invocation)
         dpt = ParseDptOrThrow(args.front());
         args.erase(args.begin());
     }
-    std::string valueText = args.front();
-    for (std::size_t i = 1; i < args.size(); ++i)
-        valueText.append(" ").append(args[i]);
+    const std::string valueText = JoinWords(args, 0);
 
     const Encoded encoded = EncodeByTable(*dpt, valueText, *invocation.messages);
     if (encoded.outcome == Outcome::Unknown) {
