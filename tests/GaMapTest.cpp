@@ -143,7 +143,6 @@ TEST(GaMapParse, MalformedFileIsOneErrorNamingFileAndLine)
         {"\n  \n", "export.csv:1: no header line and no group address"},
         {"Foo;Bar\n1;2\n", "export.csv:1: no header line naming the Address and Group name (or Main, Middle, Sub) "
                            "columns, and no group address where the columns of an export have one"},
-        {header + "\"A\";\"32/0/0\";\"\"\n", "export.csv:2: '32/0/0' is no group address (1/2/3, 1/515 or 2563)"},
         {header + "\"A\";\"1/-/3\";\"\"\n", "export.csv:2: '1/-/3' is no group address (1/2/3, 1/515 or 2563)"},
         {header + "\"A\";\"\";\"\"\n", "export.csv:2: '' is no group address (1/2/3, 1/515 or 2563)"},
         {header + "\"A\";\"1/0/0\";\"\"\n\"B\";\"1/0/1\";\"DPST-x-1\"\n",

@@ -2,6 +2,9 @@
 
 #include "ErvLogging/Logging.h"
 
+#include <boost/algorithm/string/join.hpp>
+#include <boost/range/iterator_range.hpp>
+
 #include <log4cplus/configurator.h>
 #include <log4cplus/consoleappender.h>
 #include <log4cplus/layout.h>
@@ -12,6 +15,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 namespace Ervom {
@@ -41,6 +45,16 @@ po::options_description CommonOptionsDescription(CommonOptions& options)
          "configure log4cplus from a properties file");
     // clang-format on
     return common;
+}
+
+po::typed_value<std::string>* GaStyleValue(GaStyle& style)
+{
+    return po::value<std::string>()->value_name("3|2|free")->notifier([&style](const std::string& text) {
+        const std::optional<GaStyle> parsed = ParseGaStyle(text);
+        if (!parsed)
+            throw UsageError("--ga-style must be 3, 2 or free, not '" + text + "'");
+        style = *parsed;
+    });
 }
 
 namespace {
@@ -99,6 +113,12 @@ std::string OptionsText(const po::options_description& options)
     return result;
 }
 
+std::string JoinWords(const std::vector<std::string>& words, std::size_t first)
+{
+    return boost::algorithm::join(
+        boost::make_iterator_range(words.begin() + static_cast<std::ptrdiff_t>(first), words.end()), " ");
+}
+
 // Command parsing -----------------------------------------------------------------------------
 
 std::vector<po::option> NegativeNumbersArePositional(std::vector<std::string>& args)
@@ -146,6 +166,16 @@ bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const p
         throw UsageError(e.what());
     }
     return true;
+}
+
+bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
+                  po::variables_map& values, std::vector<std::string>& words)
+{
+    po::options_description hidden;
+    hidden.add_options()("args", po::value(&words));
+    po::positional_options_description positional;
+    positional.add("args", -1);
+    return ParseCommand(invocation, help, visible, hidden, positional, values);
 }
 
 } // namespace Ervom

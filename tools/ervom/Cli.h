@@ -2,6 +2,8 @@
 // output formats, and the capture of the library's own log lines.
 #pragma once
 
+#include "GroupAddress.h"
+
 #include <boost/program_options.hpp>
 
 #include <log4cplus/appender.h>
@@ -61,6 +63,9 @@ struct CommonOptions {
 
 // Adds --help, --format, --log-level and --log-config.
 po::options_description CommonOptionsDescription(CommonOptions& options);
+// The value of --ga-style (3, 2 or free), read into `style`; anything else is a UsageError.
+po::typed_value<std::string>* GaStyleValue(GaStyle& style);
+
 // Applies --log-level or --log-config to log4cplus. Throws UsageError for an unknown level or an
 // unreadable file.
 void ConfigureLogging(const CommonOptions& options);
@@ -88,6 +93,13 @@ struct Invocation {
 bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
                   const po::options_description& hidden, const po::positional_options_description& positional,
                   po::variables_map& values);
+
+// ParseCommand for a command that takes a list of words after its options, handed back in `words`.
+bool ParseCommand(const Invocation& invocation, const CommandHelp& help, const po::options_description& visible,
+                  po::variables_map& values, std::vector<std::string>& words);
+
+// words[first], words[first + 1], ... joined with blanks: a value or the bytes typed as several words.
+std::string JoinWords(const std::vector<std::string>& words, std::size_t first);
 
 // The options' help as Boost lays it out, without the blanks it leaves at the ends of lines.
 std::string OptionsText(const po::options_description& options);

@@ -3,7 +3,6 @@
 #include "ValueCodec.h"
 #include "ValueText.h"
 
-
 #include <charconv>
 #include <chrono>
 #include <cstdio>
@@ -43,9 +42,7 @@ int DecodeOne(const Invocation& invocation, Decoder& decoder, const std::vector<
     if (args.size() < 2)
         throw UsageError("give a DPT and the payload bytes, e.g. 'decode 9.001 0C 1A'");
     const DptText dpt = ParseDptOrThrow(args[0]);
-    std::string hexText;
-    for (std::size_t i = 1; i < args.size(); ++i)
-        hexText.append(i > 1 ? " " : "").append(args[i]);
+    const std::string hexText = JoinWords(args, 1);
     std::vector<unsigned char> bytes;
     std::string error;
     if (!ParseHex(hexText, bytes, error))
@@ -227,16 +224,11 @@ int RunDecode(const Invocation& invocation)
                                                      "where the bytes hold it, else 8 per byte)")
         ("timing", po::bool_switch(&timing), "with --batch: print the lines per second on standard error");
     // clang-format on
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
 
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (values.count("bits") && (bits == 0 || bits > 255))
         throw UsageError("--bits must be 1 to 255");
     Decoder decoder(byNumber, bits, *invocation.messages);

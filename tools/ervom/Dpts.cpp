@@ -38,15 +38,10 @@ void AddRow(Table& table, const Erv::DptValueEntry& entry)
 int RunDpts(const Invocation& invocation)
 {
     po::options_description visible("Options");
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.size() > 1)
         throw UsageError("give at most one DPT");
 

@@ -156,24 +156,17 @@ int RunEncode(const Invocation& invocation)
         ("serialized", po::bool_switch(&serialized), "VALUE is a serialised value, e.g. 3:21.5")
         ("bits", po::value(&bits)->value_name("N"), "with DPT 0: the size the library chooses the DPT for");
     // clang-format on
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
 
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.size() < 2)
         throw UsageError("give a DPT and a value, e.g. 'encode 9.001 21.5'");
     if (bits > 255)
         throw UsageError("--bits must be 0 to 255");
     const DptText dpt = ParseDptOrThrow(args[0]);
-    std::string valueText = args[1];
-    for (std::size_t i = 2; i < args.size(); ++i)
-        valueText.append(" ").append(args[i]);
+    const std::string valueText = JoinWords(args, 1);
     if (byNumber)
         return ByNumber(invocation, dpt, valueText, serialized);
     return ByTable(invocation, dpt, valueText, serialized, bits);

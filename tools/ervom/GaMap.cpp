@@ -5,12 +5,13 @@
 
 #include "ErvObjectModel/KnxValueConverter.h"
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <rapidxml/rapidxml.hpp>
 #include <utf8.h>
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -57,13 +58,6 @@ std::string_view Trim(std::string_view text)
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r'))
         text.remove_suffix(1);
     return text;
-}
-
-bool EqualsIgnoringCase(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-           });
 }
 
 // Windows-1252 bytes 0x80..0x9F; the five it leaves undefined keep the code point Windows gives them.
@@ -323,13 +317,12 @@ bool ColumnsFromHeader(const std::vector<std::string>& header, Columns& columns)
 {
     columns = Columns{};
     for (std::size_t i = 0; i < header.size(); ++i) {
-        const std::string_view field = header[i];
         const std::pair<const char*, std::size_t Columns::*> names[] = {
             {"Group name", &Columns::name}, {"Name", &Columns::name},     {"Main", &Columns::main},
             {"Middle", &Columns::middle},   {"Sub", &Columns::sub},       {"Address", &Columns::address},
             {"DatapointType", &Columns::dpt}};
         for (const auto& [text, member] : names)
-            if (EqualsIgnoringCase(field, text) && columns.*member == Columns::None)
+            if (boost::algorithm::iequals(header[i], text) && columns.*member == Columns::None)
                 columns.*member = i;
     }
     if (columns.address == Columns::None)

@@ -34,9 +34,9 @@ const CommandHelp Help = {
 
 int RunGaMap(const Invocation& invocation)
 {
-    std::string styleText = "3";
+    GaStyle style = GaStyle::ThreeLevel;
     po::options_description visible("Options");
-    visible.add_options()("ga-style", po::value(&styleText)->value_name("3|2|free"),
+    visible.add_options()("ga-style", GaStyleValue(style),
                           "group addresses in three levels (1/2/3, the default), two (1/515) or as "
                           "one number (2563)");
     po::options_description hidden;
@@ -46,9 +46,6 @@ int RunGaMap(const Invocation& invocation)
     po::variables_map values;
     if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
         return ExitSuccess;
-    const std::optional<GaStyle> style = ParseGaStyle(styleText);
-    if (!style)
-        throw UsageError("--ga-style must be 3, 2 or free, not '" + styleText + "'");
     if (!values.count("file"))
         throw UsageError("give the export FILE");
 
@@ -68,7 +65,7 @@ int RunGaMap(const Invocation& invocation)
                     {{"address", 0}, {"DPT", 0}, {"row", 0}, {"bits", 0}, {"type", 0}, {"sub type", 0}, {"name", 0}},
                     false);
         for (const auto& [address, entry] : map.Entries()) {
-            const std::string text = FormatGroupAddress(address, *style);
+            const std::string text = FormatGroupAddress(address, style);
             const std::string& name = entry.name;
             if (entry.dpt.mainNumber == 0) {
                 table.Row({text, "-", "-", "-", "-", "-", name});

@@ -279,15 +279,10 @@ int RunId(const Invocation& invocation)
     int deviceNumber = 0;
     po::options_description visible("Options");
     visible.add_options()("device", po::value(&deviceNumber)->value_name("1|2"), "logical device (default 1)");
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, Help, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, Help, visible, values, args))
         return ExitSuccess;
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.empty())
         throw UsageError("say which ids: co, param, appcontrol, device or explain");
 

@@ -4,7 +4,9 @@
 #include "Telegram.h"
 #include "ValueCodec.h"
 
+#include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <ctime>
 #include <iostream>
@@ -21,7 +23,6 @@ struct LiveOptions {
     std::string url = DefaultKnxdUrl;
     std::string gaMapFile;
     std::vector<std::string> dpts;
-    std::string gaStyle = "3";
 
     GaMap map;
     DptChoice choice;
@@ -37,7 +38,7 @@ struct LiveOptions {
             ("dpt", po::value(&dpts)->value_name(dptForAll ? "[GA=]DPT" : "DPT"),
              dptForAll ? "decode GA's values as DPT, or without GA every address the map gives no DPT; repeatable"
                        : "the DPT, instead of the map's")
-            ("ga-style", po::value(&gaStyle)->value_name("3|2|free"),
+            ("ga-style", GaStyleValue(style),
              "how group addresses are shown: 1/2/3 (default), 1/515 or 2563");
         // clang-format on
     }
@@ -48,10 +49,6 @@ struct LiveOptions {
     {
         if (!IsKnxdUrl(url))
             throw UsageError("'" + url + "' is no knxd URL: write local:/path/to/socket or ip:HOST[:PORT]");
-        const std::optional<GaStyle> parsed = ParseGaStyle(gaStyle);
-        if (!parsed)
-            throw UsageError("--ga-style must be 3, 2 or free, not '" + gaStyle + "'");
-        style = *parsed;
         for (const std::string& dpt : dpts)
             choice.Add(dpt);
         if (!gaMapFile.empty()) {
@@ -205,7 +202,8 @@ int RunMonitor(const Invocation& invocation)
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
             if (left <= 0)
                 break;
-            waitMs = static_cast<int>(left);
+            // --seconds goes past what an int of milliseconds holds; a shorter wait comes back here.
+            waitMs = static_cast<int>(std::min<long long>(left, INT_MAX));
         }
         // Lines go out as soon as nothing more is waiting, so that a pipe sees each telegram at
         // once while a burst still leaves in large writes.
@@ -223,6 +221,8 @@ int RunMonitor(const Invocation& invocation)
             PrintLine(table, line);
             continue;
         }
+        if (wait == BusConnection::Wait::Timeout)
+            continue; // the clock above says whether the time is up
         if (wait == BusConnection::Wait::Lost)
             status = ExitBus;
         break;
@@ -245,15 +245,10 @@ int RunRead(const Invocation& invocation)
     live.AddTo(visible, false);
     visible.add_options()("timeout", po::value(&timeout)->value_name("S"),
                           "how long to wait for the response, in seconds (default 3)");
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, ReadHelp, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, ReadHelp, visible, values, args))
         return ExitSuccess;
-    const std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.empty() || args.size() > 2)
         throw UsageError("give a group address and, unless the map or --dpt has it, a DPT: 'read 1/2/3 9.001'");
     if (!(timeout > 0 && timeout < 1e6))
@@ -316,15 +311,10 @@ int RunWrite(const Invocation& invocation)
     LiveOptions live;
     po::options_description visible("Options");
     live.AddTo(visible, false);
-    po::options_description hidden;
-    hidden.add_options()("args", po::value<std::vector<std::string>>());
-    po::positional_options_description positional;
-    positional.add("args", -1);
     po::variables_map values;
-    if (!ParseCommand(invocation, WriteHelp, visible, hidden, positional, values))
+    std::vector<std::string> args;
+    if (!ParseCommand(invocation, WriteHelp, visible, values, args))
         return ExitSuccess;
-    std::vector<std::string> args =
-        values.count("args") ? values["args"].as<std::vector<std::string>>() : std::vector<std::string>();
     if (args.size() < 2)
         throw UsageError("give a group address, a DPT unless the map or --dpt has it, and a value: "
                          "'write 1/2/3 9.001 21.5'");
@@ -346,9 +336,7 @@ int RunWrite(const Invocation& invocation)
         dpt = ParseDptOrThrow(args.front());
         args.erase(args.begin());
     }
-    std::string valueText = args.front();
-    for (std::size_t i = 1; i < args.size(); ++i)
-        valueText.append(" ").append(args[i]);
+    const std::string valueText = JoinWords(args, 0);
 
     const Encoded encoded = EncodeByTable(*dpt, valueText, *invocation.messages);
     if (encoded.outcome == Outcome::Unknown) {
